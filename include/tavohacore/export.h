@@ -6,7 +6,7 @@
 #define TAVOHA_EXPORT __attribute__((visibility("default")))
 
 // Lets the compiler check a format and its arguments, counted from 1.
-#define TAVOHA_PRINTF(format, first) __attribute__((format(printf, format, first)))
+#define TAVOHA_PRINTF(position, first) __attribute__((format(printf, position, first)))
 
 // Enumerations are held in an int, whatever value a caller passes.
 #ifdef __cplusplus

@@ -103,6 +103,26 @@ class SzHash {
   TAVLIBSZHASH* hash_;
 };
 
+// The output of a running tool. Its end is waited for at the latest when this goes out of scope.
+class ToolOutput {
+ public:
+  explicit ToolOutput(FILE* stream) : stream_(stream) {}
+  ~ToolOutput() {
+    if (stream_ != nullptr) TAVLIBPclose(stream_);
+  }
+  ToolOutput(const ToolOutput&) = delete;
+  ToolOutput& operator=(const ToolOutput&) = delete;
+
+  // Whether the tool could be started.
+  explicit operator bool() const { return stream_ != nullptr; }
+  FILE* stream() const { return stream_; }
+  // Waits for the tool and returns its wait status, or -1.
+  int Close() { return TAVLIBPclose(std::exchange(stream_, nullptr)); }
+
+ private:
+  FILE* stream_;
+};
+
 }  // namespace platform
 
 #endif  // PLATFORM_HANDLES_H_
