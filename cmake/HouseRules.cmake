@@ -10,3 +10,15 @@ function(house_rules target)
     target_link_options(${target} PRIVATE -fsanitize=${TAVOHA_SANITIZE})
   endif()
 endfunction()
+
+# Exports exactly what the file lists, one symbol a line: what is not in it is local.
+function(export_only target symbols)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${symbols})
+  file(STRINGS ${symbols} exported REGEX "^[^#]")
+  list(JOIN exported ";\n    " exported)
+  set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)
+  file(CONFIGURE OUTPUT ${map}
+    CONTENT "{\n  global:\n    @exported@;\n  local:\n    *;\n};\n" @ONLY)
+  target_link_options(${target} PRIVATE -Wl,--version-script=${map})
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS ${map})
+endfunction()

@@ -1,0 +1,58 @@
+#include "platform/core/entry_line.h"
+
+#include "platform/core/white_space.h"
+
+namespace tavocore {
+
+namespace {
+
+std::string_view ValueOf(std::string_view text) {
+  const std::string_view trimmed = Trimmed(text);
+  const bool quoted = trimmed.size() >= 2 && trimmed.front() == '"' && trimmed.back() == '"';
+  const std::string_view value = quoted ? trimmed.substr(1, trimmed.size() - 2) : text;
+  return value.substr(0, value.find('\0'));
+}
+
+// Returns `format` with its two "%s" replaced. It never reaches printf: it is a caller's text.
+std::optional<std::string> Substitute(std::string_view format, std::string_view key,
+                                      std::string_view value) {
+  std::string text;
+  int replaced = 0;
+  for (size_t at = 0; at < format.size(); ++at) {
+    if (format[at] != '%') {
+      text += format[at];
+      continue;
+    }
+    const char conversion = ++at < format.size() ? format[at] : '\0';
+    if (conversion == '%') {
+      text += '%';
+    } else if (conversion == 's' && replaced < 2) {
+      text += replaced++ == 0 ? key : value;
+    } else {
+      return std::nullopt;
+    }
+  }
+  if (replaced != 2) return std::nullopt;
+  return text;
+}
+
+}  // namespace
+
+std::optional<Entry> ParseEntry(std::string_view line) {
+  const size_t equals = line.find('=');
+  if (equals == std::string_view::npos) return std::nullopt;
+  const std::string_view key = Trimmed(line.substr(0, equals));
+  if (key.empty() || key.front() == '#') return std::nullopt;
+  return Entry{key, ValueOf(line.substr(equals + 1))};
+}
+
+std::optional<std::string> FormatEntry(std::string_view format, std::string_view key,
+                                       std::string_view value) {
+  std::optional<std::string> line = Substitute(format, key, value);
+  if (!line || line->find('\n') != line->size() - 1) return std::nullopt;
+  const std::optional<Entry> stored = ParseEntry({line->data(), line->size() - 1});
+  if (!stored || stored->key != key || stored->value != value) return std::nullopt;
+  return line;
+}
+
+}  // namespace tavocore

@@ -1,0 +1,27 @@
+// The lines of a key/value file.
+#ifndef PLATFORM_CORE_ENTRY_LINE_H_
+#define PLATFORM_CORE_ENTRY_LINE_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tavocore {
+
+struct Entry {
+  std::string_view key;
+  std::string_view value;
+};
+
+// Returns what a line (without its line end) stores, or nothing when it is not an entry.
+std::optional<Entry> ParseEntry(std::string_view line);
+
+// Returns the line, with its line end, that stores the pair: `format` with its two "%s" replaced.
+// Returns nothing when the format is not of that kind, or when reading the line would not give
+// exactly this pair back.
+std::optional<std::string> FormatEntry(std::string_view format, std::string_view key,
+                                       std::string_view value);
+
+}  // namespace tavocore
+
+#endif  // PLATFORM_CORE_ENTRY_LINE_H_
