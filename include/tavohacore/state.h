@@ -95,6 +95,11 @@ TAVOHA_EXPORT BOOL HAIsRunningCoroPace();
 
 // Returns 1 when an HA upgrade is under way ("/var/lib/ha/ha.upg"); any other value means not.
 TAVOHA_EXPORT int HAIsUpgrading();
+
+// Prepares the process's environment for the cluster's tools and agents, as its later children
+// inherit it: adds their directories to "PATH" where it lacks them, and sets "OCF_ROOT". Returns 0,
+// or -1 with a logged ERROR. Not safe while other threads use the environment.
+TAVOHA_EXPORT int HAEnvPathInit();
 #endif
 
 #endif  // TAVOHACORE_STATE_H_
