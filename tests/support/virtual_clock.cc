@@ -1,0 +1,46 @@
+#include "tests/support/virtual_clock.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <mutex>
+#include <utility>
+
+#include "simcluster/time/virtual_time.h"
+
+namespace test_support {
+namespace {
+
+std::recursive_mutex mutex;  // the callback may ask for the pauses so far
+std::function<void(size_t)> callback;
+std::vector<double> lengths;
+bool lives = false;
+
+void NotePause(std::chrono::nanoseconds length) {
+  const std::lock_guard lock(mutex);
+  // One division, so that 100 ms give the number 0.1.
+  lengths.push_back(static_cast<double>(length.count()) / 1e9);
+  if (callback) callback(lengths.size());
+}
+
+}  // namespace
+
+VirtualClock::VirtualClock(std::function<void(size_t number)> on_pause) {
+  EXPECT_FALSE(std::exchange(lives, true)) << "one VirtualClock at a time";
+  callback = std::move(on_pause);
+  lengths.clear();
+  simcluster::SetPauseHandler(NotePause);
+}
+
+VirtualClock::~VirtualClock() {
+  simcluster::SetPauseHandler(nullptr);
+  callback = nullptr;
+  lives = false;
+}
+
+std::vector<double> VirtualClock::pauses() const {
+  const std::lock_guard lock(mutex);
+  return lengths;
+}
+
+}  // namespace test_support
