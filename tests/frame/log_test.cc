@@ -44,8 +44,8 @@ TEST(Log, ShowsTheErrorOfTheFailedCallAndLeavesErrnoAlone) {
   errno = EBUSY;
   __halog(LOG_ERR, "[HA-%s] %s:%d: %m", "ERROR", "m", 1);
   EXPECT_EQ(errno, EBUSY);
-  EXPECT_THAT(log.Take(), ElementsAre(Field(&LogLine::body, "errno=No such file or directory."),
-                                      Field(&LogLine::body, "errno=Invalid cross-device link."),
+  EXPECT_THAT(log.Take(), ElementsAre(Field(&LogLine::body, "errno=No such file or directory.\n"),
+                                      Field(&LogLine::body, "errno=Invalid cross-device link.\n"),
                                       Field(&LogLine::body, "Device or resource busy")));
 }
 

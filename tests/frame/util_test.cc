@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "platform/tavlib.h"
@@ -48,31 +49,30 @@ TEST(FormattedString, CutsAt4095Characters) {
 TEST(LocalHostname, PrefersSavedNamesToTheLiveOne) {
   struct Case {
     const char* live;
-    const char* saved;           // null: no such file
-    const char* saved_for_good;  // null: no such file
+    std::optional<std::string> saved, saved_for_good;  // none: no such file
     int result;
     std::string name;
   };
   const Case cases[] = {
-      {"node1.example", nullptr, nullptr, 1, "node1"},
-      {"node1", nullptr, nullptr, 1, "node1"},
+      {"node1.example", {}, {}, 1, "node1"},
+      {"node1", {}, {}, 1, "node1"},
       {"live", "saved", "good", 1, "saved"},
-      {"live", "saved\nmore\n", nullptr, 1, "saved\n"},
-      {"live", nullptr, "good", 1, "good"},
+      {"live", "saved\nmore\n", {}, 1, "saved\n"},
+      {"live", {}, "good", 1, "good"},
       {"live", "", "good", 1, "live"},
-      {"live", "\n", nullptr, 1, "\n"},
-      {"live", std::string("\0x", 2).c_str(), nullptr, 1, "live"},
-      {"live", std::string(100, 's').c_str(), nullptr, 1, std::string(63, 's')},
-      {"", nullptr, nullptr, 0, ""},
-      {".example", "", nullptr, 0, ""},
+      {"live", "\n", {}, 1, "\n"},
+      {"live", std::string("\0x", 2), {}, 1, "live"},
+      {"live", std::string(100, 's'), {}, 1, std::string(63, 's')},
+      {"", {}, {}, 0, ""},
+      {".example", "", {}, 0, ""},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     ASSERT_EQ(sethostname(c.live, strlen(c.live)), 0);
     unlink(kSaved);
     unlink(kSavedForGood);
-    if (c.saved != nullptr) WriteFile(kSaved, c.saved);
-    if (c.saved_for_good != nullptr) WriteFile(kSavedForGood, c.saved_for_good);
+    if (c.saved) WriteFile(kSaved, *c.saved);
+    if (c.saved_for_good) WriteFile(kSavedForGood, *c.saved_for_good);
     char name[64] = "before";
     EXPECT_EQ(GetLocalHostname(name), c.result);
     EXPECT_EQ(name, c.name);
