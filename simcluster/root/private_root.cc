@@ -260,19 +260,24 @@ class Builder {
 
   bool ShowVisible() {
     for (const std::string& path : root_.visible) {
-      const std::string source = OnMachine(path);
-      struct stat wanted {
-      }, there{};
-      if (stat(source.c_str(), &wanted) != 0) return Fail("find " + path);
-      const bool shows = stat(path.c_str(), &there) == 0 && there.st_dev == wanted.st_dev &&
-                         there.st_ino == wanted.st_ino;
-      if (shows) continue;
-      if (!MakeDirectories(path)) return false;
-      if (!Mount(source.c_str(), path, nullptr, MS_BIND | MS_REC, nullptr)) {
-        return Fail("show " + path);
-      }
+      if (!ShowAt(path, path)) return false;
+    }
+    for (const auto& [path, source] : root_.visible_at) {
+      if (!ShowAt(path, source)) return false;
     }
     return true;
+  }
+
+  bool ShowAt(const std::string& path, const std::string& machine_path) {
+    const std::string source = OnMachine(machine_path);
+    struct stat wanted {
+    }, there{};
+    if (stat(source.c_str(), &wanted) != 0) return Fail("find " + machine_path);
+    const bool shows = stat(path.c_str(), &there) == 0 && there.st_dev == wanted.st_dev &&
+                       there.st_ino == wanted.st_ino;
+    if (shows) return true;
+    if (!MakeDirectories(path)) return false;
+    return Mount(source.c_str(), path, nullptr, MS_BIND | MS_REC, nullptr) || Fail("show " + path);
   }
 
   bool MakeAppliance() {

@@ -7,6 +7,7 @@
 #ifndef SIMCLUSTER_ROOT_PRIVATE_ROOT_H_
 #define SIMCLUSTER_ROOT_PRIVATE_ROOT_H_
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,9 @@ struct PrivateRoot {
   std::string host_name = "appliance";
   // Directories of the machine that show at their own paths inside, and are written through: what
   // was built and is to be run. Whatever else lies below /tmp and /run is out of sight.
-  std::vector<std::string> visible;
+  std::vector<std::string> visible{};
+  // The same for directories that show elsewhere: the path inside, and the machine's.
+  std::map<std::string, std::string> visible_at{};
   // The caller is the first process of a process namespace (LeaveMachine(CLONE_NEWPID), then a
   // fork), so /proc is to show that one.
   bool own_processes = false;

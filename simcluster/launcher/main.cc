@@ -1,0 +1,125 @@
+// simcluster: a two-node cluster on one machine.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "simcluster/launcher/cluster.h"
+#include "simcluster/state/cluster_state.h"
+
+namespace simcluster {
+namespace {
+
+constexpr int kExitUsage = 2;
+
+void PrintStatus(const Cluster& cluster) {
+  if (!cluster.IsRunning()) {
+    puts("no cluster runs");
+    return;
+  }
+  const ClusterState state = ClusterState::Read(cluster.SharedDirectory());
+  for (size_t i = 0; i < state.nodes.size(); ++i) {
+    printf("%s  %s  %s\n", kNodes[i].selector.c_str(), state.nodes[i].name.c_str(),
+           state.nodes[i].condition.c_str());
+  }
+  for (const auto& [tool, fault] : state.faults) {
+    if (fault != "none") printf("fault  %s  %s\n", tool.c_str(), fault.c_str());
+  }
+}
+
+[[noreturn]] void RunShell(const Cluster& cluster, const NodeName& node) {
+  setenv("PS1", ("[" + node.host_name + "] \\w # ").c_str(), 1);
+  cluster.Run(node, {"/bin/bash", "--norc"});
+}
+
+std::vector<std::string> ConditionNames() {
+  std::vector<std::string> names;
+  for (const NodeCondition& condition : kNodeConditions) names.emplace_back(condition.name);
+  return names;
+}
+
+template <typename Names>
+CLI::Validator IsOneOf(const Names& names) {
+  return CLI::IsMember(std::vector<std::string>(std::begin(names), std::end(names)));
+}
+
+// The command line, last word first as CLI11 takes it. The "--" that may stand before the command
+// of "run" is left out: to CLI11 it would end the words of "run" itself.
+std::vector<std::string> WordsOf(int argc, char** argv) {
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  size_t at = 0;
+  while (at < words.size() && words[at].starts_with('-')) at += words[at] == "--state" ? 2 : 1;
+  if (at + 2 < words.size() && words[at] == "run" && words[at + 2] == "--") {
+    words.erase(words.begin() + static_cast<ptrdiff_t>(at) + 2);
+  }
+  std::ranges::reverse(words);
+  return words;
+}
+
+int Main(int argc, char** argv) {
+  CLI::App app("A two-node cluster on one machine, each node a private root of its own.",
+               "simcluster");
+  std::string directory = Cluster::DefaultDirectory(), node, condition, tool, fault;
+  app.add_option("--state", directory, "The directory that holds the cluster")
+      ->envname("SIMCLUSTER_STATE")
+      ->capture_default_str();
+  app.require_subcommand(1);
+
+  CLI::App* start = app.add_subcommand("start", "Start the cluster");
+  CLI::App* stop = app.add_subcommand("stop", "End it, leaving nothing behind");
+  CLI::App* status = app.add_subcommand("status", "Show the nodes and the ordered faults");
+  CLI::App* run = app.add_subcommand("run", "Run a command on a node: run NODE [--] COMMAND...");
+  CLI::App* shell = app.add_subcommand("shell", "Open a shell on a node");
+  CLI::App* log = app.add_subcommand("log", "Print what a node logged");
+  for (CLI::App* on_node : {run, shell, log}) {
+    on_node->add_option("node", node, "host0 or nas-a, host1 or nas-b")->required();
+  }
+  run->prefix_command();
+
+  CLI::App* order = app.add_subcommand("fault", "Order a fault")->require_subcommand(1);
+  CLI::App* node_fault = order->add_subcommand("node", "Put a node into a state");
+  node_fault->add_option("node", node)->required();
+  node_fault->add_option("condition", condition)->required()->check(IsOneOf(ConditionNames()));
+  CLI::App* tool_fault = order->add_subcommand("tool", "Make a cluster tool go wrong, or right");
+  tool_fault->add_option("tool", tool)->required()->check(IsOneOf(kClusterTools));
+  tool_fault->add_option("fault", fault)->required()->check(IsOneOf(kToolFaults));
+
+  try {
+    app.parse(WordsOf(argc, argv));
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : kExitUsage;
+  }
+
+  const Cluster cluster(directory);
+  if (*start) cluster.Start();
+  if (*stop) cluster.Stop();
+  if (*status) PrintStatus(cluster);
+  if (*log) fputs(cluster.Log(Cluster::FindNode(node)).c_str(), stdout);
+  if (*shell) RunShell(cluster, Cluster::FindNode(node));
+  if (*node_fault) cluster.SetNodeCondition(Cluster::FindNode(node), condition);
+  if (*tool_fault) cluster.SetToolFault(tool, fault);
+  if (*run) {
+    if (run->remaining().empty()) {
+      fprintf(stderr, "simcluster: run NODE needs a COMMAND\n");
+      return kExitUsage;
+    }
+    cluster.Run(Cluster::FindNode(node), run->remaining());
+  }
+  return 0;
+}
+
+}  // namespace
+}  // namespace simcluster
+
+int main(int argc, char** argv) {
+  try {
+    return simcluster::Main(argc, argv);
+  } catch (const std::exception& error) {
+    fprintf(stderr, "simcluster: %s\n", error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,83 @@
+#include "simcluster/launcher/node_files.h"
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+
+#include "simcluster/state/cluster_state.h"
+
+namespace simcluster {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kHaConf[] = R"(drbd_if="eth1"
+drbd_ip0="169.254.1.1"
+drbd_ip1="169.254.1.2"
+drbd_netmask="255.255.255.252"
+host0="nas-a"
+host1="nas-b"
+ip0="192.0.2.10"
+ip1="192.0.2.11"
+ha_sn="SIM0001"
+ha_model="SimNAS"
+ha_hostname="nas"
+ha_if_main="eth0"
+is_hybrid="false"
+model0="SimNAS"
+model1="SimNAS"
+lan_num="2"
+ha_if0="eth0"
+ha_ip0="192.0.2.100"
+ha_netmask0="255.255.255.0"
+ha_if_enabled0="true"
+)";
+
+struct NodeFile {
+  const char* path;
+  const char* content;
+};
+constexpr NodeFile kFiles[] = {
+    {"/usr/tavo/tavoha/etc/ha.conf", kHaConf},
+    {"/usr/tavo/tavoha/etc.defaults/ha.conf", kHaConf},
+    {"/etc.defaults/tavoinfo.conf", "support_ha=\"yes\"\nupnpmodelname=\"SimNAS\"\n"},
+    {"/etc/tavoinfo.conf", "runha=\"yes\"\n"},
+    {"/tmp/.ha.running", ""},
+};
+
+// A link that takes the place of what is there.
+void Link(const fs::path& target, const fs::path& link) {
+  fs::create_directories(link.parent_path());
+  fs::remove(link);
+  fs::create_symlink(target, link);
+}
+
+}  // namespace
+
+void PlaceTool(const std::string& shared_directory, const std::string& tool, bool there) {
+  const fs::path link = fs::path(shared_directory) / "tools" / tool;
+  if (there) {
+    Link(SIMCLUSTER_TOOL_PROGRAM, link);
+  } else {
+    fs::remove(link);
+  }
+}
+
+void WriteNodeFiles() {
+  for (const auto& [path, content] : kFiles) {
+    fs::create_directories(fs::path(path).parent_path());
+    std::ofstream file(path);
+    if (!(file << content << std::flush))
+      throw std::runtime_error("cannot write " + std::string(path));
+  }
+  for (const char* tool : kClusterTools) {
+    Link(fs::path(kSharedDirectory) / "tools" / tool, fs::path("/usr/bin") / tool);
+  }
+  for (const fs::path library : {SIMCLUSTER_TAVOCORE, SIMCLUSTER_TAVOHACORE}) {
+    Link(library, "/usr/lib" / library.filename());
+  }
+  Link(SIMCLUSTER_TAVOHACTL, "/usr/bin/tavohactl");
+}
+
+}  // namespace simcluster

@@ -1,0 +1,176 @@
+#include "simcluster/launcher/node_keeper.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include "simcluster/launcher/node_files.h"
+#include "simcluster/root/private_root.h"
+#include "simcluster/state/cluster_state.h"
+
+namespace simcluster {
+namespace {
+
+constexpr char kReady[] = "ready\n";
+constexpr const char* kDaemons[] = {"corosync", "pacemaker"};
+
+[[noreturn]] void Throw(const std::string& what) {
+  throw std::runtime_error(what + ": " + strerror(errno));
+}
+
+void ThrowIfFailed(const Error& error) {
+  if (!error.empty()) throw std::runtime_error(error);
+}
+
+Descriptor OpenOrThrow(const std::string& path, int flags) {
+  Descriptor file(open(path.c_str(), flags | O_CLOEXEC, 0600));
+  if (!file) Throw("cannot open " + path);
+  return file;
+}
+
+void Report(const Descriptor& starter, const std::string& text) {
+  // Nobody is left to be told when this fails.
+  [[maybe_unused]] const ssize_t written = write(starter.get(), text.data(), text.size());
+}
+
+// A process that lives and does nothing, as a daemon does as far as its pid file can tell.
+void StartDaemon(const std::string& name) {
+  const pid_t daemon = fork();
+  if (daemon < 0) Throw("cannot fork");
+  if (daemon == 0) {
+    close_range(0, ~0U, 0);
+    prctl(PR_SET_NAME, name.c_str());
+    for (;;) pause();
+  }
+  const std::string path = "/usr/tavo/tavoha/var/run/" + name + ".pid";
+  std::ofstream file(path);
+  if (!(file << daemon << '\n' << std::flush)) Throw("cannot write " + path);
+}
+
+Descriptor BindLogSocket() {
+  Descriptor socket_fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  const sockaddr_un address = {AF_UNIX, "/dev/log"};
+  if (!socket_fd ||
+      bind(socket_fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    Throw("cannot bind /dev/log");
+  }
+  return socket_fd;
+}
+
+// Writes what the node logs, a line a message, for as long as the node lives.
+[[noreturn]] void KeepLog(const Descriptor& messages, const Descriptor& log) {
+  for (;;) {
+    char message[65536];
+    const ssize_t length = recv(messages.get(), message, sizeof message - 1, 0);
+    if (length < 0) continue;
+    std::string line(message, static_cast<size_t>(length));
+    if (line.starts_with('<')) line.erase(0, line.find('>') + 1);
+    while (line.ends_with('\n') || line.ends_with('\0')) line.pop_back();
+    std::ranges::replace(line, '\n', ' ');
+    line += '\n';
+    if (write(log.get(), line.data(), line.size()) < 0) continue;  // a full disk stops no node
+  }
+}
+
+// The life of a keeper. `held` is its own file, locked.
+void Keep(const Cluster& cluster, const NodeName& node, Descriptor* starter) {
+  prctl(PR_SET_NAME, "simcluster-node");
+  signal(SIGCHLD, SIG_IGN);  // orphans are reaped by the kernel
+  const Descriptor log =
+      OpenOrThrow(cluster.NodeDirectory(node) + "/log", O_WRONLY | O_CREAT | O_APPEND);
+  ThrowIfFailed(BuildRoot({.host_name = node.host_name,
+                           .visible = {SIMCLUSTER_BUILD_DIRECTORY},
+                           .visible_at = {{kSharedDirectory, cluster.SharedDirectory()}},
+                           .own_processes = true}));
+  WriteNodeFiles();
+  const Descriptor messages = BindLogSocket();
+  for (const char* daemon : kDaemons) StartDaemon(daemon);
+  Report(*starter, kReady);
+  starter->Close();
+  KeepLog(messages, log);
+}
+
+// Runs `life` in a child process, which tells the starter when it ends by an exception.
+template <typename Life>
+pid_t Fork(Descriptor* starter, Life life) {
+  const pid_t child = fork();
+  if (child != 0) return child;
+  try {
+    life();
+    _exit(0);
+  } catch (const std::exception& error) {
+    Report(*starter, error.what());
+    _exit(1);
+  }
+}
+
+// Brings up the keeper of one node, and notes its id as the machine sees it.
+void StartKeeper(const Cluster& cluster, const NodeName& node, Descriptor* starter) {
+  const Descriptor own = OpenOrThrow(cluster.NodeDirectory(node) + "/keeper", O_RDWR | O_CREAT);
+  if (flock(own.get(), LOCK_EX | LOCK_NB) != 0) Throw("cannot lock the keeper's file");
+  ThrowIfFailed(LeaveMachine(CLONE_NEWPID | CLONE_NEWIPC));
+  ThrowIfFailed(EnterOwnNetwork());
+  const pid_t keeper = Fork(starter, [&] { Keep(cluster, node, starter); });
+  if (keeper < 0) Throw("cannot fork");
+  const std::string id = std::to_string(keeper);
+  if (write(own.get(), id.data(), id.size()) < 0) Throw("cannot write the keeper's file");
+}
+
+void DetachFromCaller() {
+  setsid();
+  const Descriptor null = OpenOrThrow("/dev/null", O_RDWR);
+  for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    dup2(null.get(), standard);
+  if (chdir("/") != 0) Throw("cannot enter /");
+}
+
+}  // namespace
+
+std::string StartKeepers(const Cluster& cluster) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) Throw("cannot make a pipe");
+  const Descriptor reports(ends[0]);
+  Descriptor starter(ends[1]);
+
+  const pid_t founder = Fork(&starter, [&] {
+    DetachFromCaller();
+    // Both nodes in one user namespace, where there is one: then they can be linked by a network.
+    ThrowIfFailed(LeaveMachine());
+    for (const NodeName& node : kNodes) {
+      const pid_t child = Fork(&starter, [&] { StartKeeper(cluster, node, &starter); });
+      if (child < 0) Throw("cannot fork");
+      waitpid(child, nullptr, 0);
+    }
+  });
+  if (founder < 0) Throw("cannot fork");
+  starter.Close();
+
+  // Ends when every keeper has closed its end: it is ready, or is no more.
+  std::string reported;
+  char block[4096];
+  for (ssize_t length; (length = read(reports.get(), block, sizeof block)) > 0;) {
+    reported.append(block, static_cast<size_t>(length));
+  }
+  waitpid(founder, nullptr, 0);
+  std::string all_ready;
+  for (size_t i = 0; i < std::size(kNodes); ++i) all_ready += kReady;
+  if (reported == all_ready) return {};
+  while (reported.starts_with(kReady)) reported.erase(0, strlen(kReady));
+  return reported.empty() ? "a node ended while it was started" : reported;
+}
+
+}  // namespace simcluster
