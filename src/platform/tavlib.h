@@ -21,6 +21,18 @@ typedef struct TAVLIBSZHASH TAVLIBSZHASH;
 
 // A code, a module name and a line: why the last operation failed. Stays until the next one is set.
 // Here: one per thread. `module` is copied, and cut at 63 characters.
+//
+// Here, each operation below that fails sets one of these codes, under the name of a module here:
+//   0x0200  out of memory
+//   0x0300  a program could not be started, or its end was not to be learned
+//   0x0400  a lock could not be taken in time
+//   0x0700  there is no such file, or no directory for it
+//   0x0800  the file has no such key
+//   0x0900  a file, or the temporary file that is to replace one, could not be opened or prepared
+//   0x0A00  reading failed
+//   0x0B00  writing failed
+//   0x0D00  bad parameter: a null pointer, or a key, value or format that a file cannot carry
+//   0x2800  the temporary file could not be moved over the file
 TAVLIB_EXPORT void TAVLIBErrSetEx(int code, const char* module, int line);
 TAVLIB_EXPORT int TAVLIBErrGet(void);
 TAVLIB_EXPORT const char* TAVLIBErrorGetFile(void);
@@ -63,8 +75,8 @@ TAVLIB_EXPORT int TAVLIBStrSep(const char* text, const char* separators, TAVLIBS
 
 // Returns 1 when the path exists. Here: 0 when it does not, or cannot be looked at.
 TAVLIB_EXPORT int TAVLIBFileExist(const char* path);
-// Creates an empty file, or updates the times of the one that is there. Returns 0, or -1. Here:
-// below /tmp a link is never followed.
+// Creates an empty file, or updates the times of the one that is there. Returns 0, or -1. Here: a
+// new file gets mode 0644 less the umask; below /tmp a link is never followed.
 TAVLIB_EXPORT int TAVLIBFileTouch(const char* path);
 // Returns 1 when the file holds, as decimal text, the id of a living process. Here: a process that
 // we may not signal lives; a zombie does not; 0 otherwise.
@@ -73,7 +85,7 @@ TAVLIB_EXPORT int TAVLIBProcAliveByPidFile(const char* path);
 // Takes the lock `id & ~0xff`, waiting at most `seconds`; excludes other threads and processes.
 // Returns 0, or -1. Here: an flock on "/tmp/.tavlib.lock.N", N being the lock in hexadecimal; the
 // low byte of `id` is the mode, which is always exclusive; a thread that holds the lock already
-// gets -1.
+// gets -1, as does one that holds 16. Only the thread that took a lock can release it.
 TAVLIB_EXPORT int TAVLIBFileLock(int id, int seconds);
 // Releases the lock `id & ~0xff`, which the calling thread holds. Returns 0, or -1.
 TAVLIB_EXPORT int TAVLIBFileUnlock(int id);
@@ -88,18 +100,21 @@ TAVLIB_EXPORT int TAVLIBFileUnlock(int id);
 // - When the text behind the "=", without the white space around it, is enclosed in double quotes,
 //   the value is what stands between them. Otherwise it is the whole text up to the line end.
 // - Where a key stands more than once, the first line counts, and a write leaves only that one.
-// - A value ends at a NUL byte for readers of C strings.
+// - A value ends at a NUL byte for readers of C strings, and a key that has one is no key to them.
 // - A write that could not be read back byte for byte (a value with a newline, or in quotes where
 //   the line form has none; a key with a "=", and so on) is refused, and nothing is written.
 // - A write replaces the file in one step and keeps owner and permissions; a new file gets mode
 //   0644 less the umask. A link is followed and stays, except below /tmp, where it is taken as
 //   missing by reads and replaced by writes. Writers of files in one directory wait for each other
 //   for at most 30 seconds.
-// - A null line format stands for "%s=\"%s\"\n".
+// - A line format is a line with its line end, in which the first "%s" stands for the key and the
+//   second for the value. No other conversion is taken, but for "%%". A null one stands for
+//   "%s=\"%s\"\n".
 
 // Copies the value of `key`, cut to `size` - 1 characters, into `buffer`. Returns a positive value
 // when found, 0 when there is no such key, a negative value on failure. `flags` is always 0. Here:
-// 1; -1 with an error record, also for a file that is missing or cannot be read.
+// 1, 0 or -1, the last also for a file that is missing or cannot be read; `buffer` is written to
+// only when the key is found.
 TAVLIB_EXPORT int TAVLIBFileGetKeyValue(const char* path, const char* key, char* buffer, int size,
                                         int flags);
 // Returns 1 when the file holds `key` with exactly `value`. `flags` is always 0. Here: 0 otherwise.
@@ -119,6 +134,7 @@ TAVLIB_EXPORT int TAVLIBFileSetKeyValue(const char* path, const char* key, const
 TAVLIB_EXPORT int TAVLIBFileSetKeys(const char* path, const TAVLIBSZHASH* hash,
                                     const void* reserved, const char* format);
 // Appends a section: the line "[NAME]", then a line for each pair of the map. Returns 1, or -1.
+// Here: a name with a "=" or a line end is refused.
 TAVLIB_EXPORT int TAVLIBFileAddSection(const char* path, const char* section,
                                        const TAVLIBSZHASH* hash, const char* format);
 

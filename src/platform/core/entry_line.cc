@@ -6,13 +6,6 @@ namespace tavocore {
 
 namespace {
 
-std::string_view ValueOf(std::string_view text) {
-  const std::string_view trimmed = Trimmed(text);
-  const bool quoted = trimmed.size() >= 2 && trimmed.front() == '"' && trimmed.back() == '"';
-  const std::string_view value = quoted ? trimmed.substr(1, trimmed.size() - 2) : text;
-  return value.substr(0, value.find('\0'));
-}
-
 // Returns `format` with its two "%s" replaced. It never reaches printf: it is a caller's text.
 std::optional<std::string> Substitute(std::string_view format, std::string_view key,
                                       std::string_view value) {
@@ -38,12 +31,19 @@ std::optional<std::string> Substitute(std::string_view format, std::string_view 
 
 }  // namespace
 
+std::string_view Entry::value() const {
+  const std::string_view trimmed = Trimmed(text);
+  const bool quoted = trimmed.size() >= 2 && trimmed.front() == '"' && trimmed.back() == '"';
+  const std::string_view whole = quoted ? trimmed.substr(1, trimmed.size() - 2) : text;
+  return whole.substr(0, whole.find('\0'));
+}
+
 std::optional<Entry> ParseEntry(std::string_view line) {
   const size_t equals = line.find('=');
   if (equals == std::string_view::npos) return std::nullopt;
   const std::string_view key = Trimmed(line.substr(0, equals));
   if (key.empty() || key.front() == '#') return std::nullopt;
-  return Entry{key, ValueOf(line.substr(equals + 1))};
+  return Entry{key, line.substr(equals + 1)};
 }
 
 std::optional<std::string> FormatEntry(std::string_view format, std::string_view key,
@@ -51,7 +51,7 @@ std::optional<std::string> FormatEntry(std::string_view format, std::string_view
   std::optional<std::string> line = Substitute(format, key, value);
   if (!line || line->find('\n') != line->size() - 1) return std::nullopt;
   const std::optional<Entry> stored = ParseEntry({line->data(), line->size() - 1});
-  if (!stored || stored->key != key || stored->value != value) return std::nullopt;
+  if (!stored || stored->key != key || stored->value() != value) return std::nullopt;
   return line;
 }
 

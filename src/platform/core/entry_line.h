@@ -8,9 +8,12 @@
 
 namespace tavocore {
 
+// What a line stores. The value is worked out when it is asked for: most lines are only passed by.
 struct Entry {
   std::string_view key;
-  std::string_view value;
+  std::string_view text;  // what follows the "="
+
+  std::string_view value() const;
 };
 
 // Returns what a line (without its line end) stores, or nothing when it is not an entry.

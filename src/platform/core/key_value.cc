@@ -61,7 +61,7 @@ int UseValue(const char* path, std::string_view key, Use use) {
   bool found = false;
   const int error = ReadEntries(path, [&](const Entry& entry) {
     if (entry.key != key) return true;
-    use(entry.value);
+    use(entry.value());
     found = true;
     return false;
   });
@@ -194,7 +194,7 @@ int TAVLIBFileGetKeys(const char* path, const TAVLIBSZLIST* keys, TAVLIBSZHASH**
     int found = 0;
     const int error = ReadEntries(path, [&](const Entry& entry) {
       if (std::erase(wanted, entry.key) == 0) return true;
-      (*hash)->Set(entry.key, entry.value);
+      (*hash)->Set(entry.key, entry.value());
       ++found;
       return !wanted.empty();
     });
@@ -211,7 +211,7 @@ int TAVLIBFileGetPair(const char* path, TAVLIBSZHASH** hash) {
     TAVLIBSZHASH read;
     const int error = ReadEntries(path, [&](const Entry& entry) {
       // A key with a NUL byte has no name that a caller could ask for.
-      if (entry.key.find('\0') == std::string_view::npos) read.Add(entry.key, entry.value);
+      if (entry.key.find('\0') == std::string_view::npos) read.Add(entry.key, entry.value());
       return true;
     });
     if (!Succeeded(error)) return -1;

@@ -129,7 +129,6 @@ FILE* TAVLIBPopen(const char* path, const char* mode, ...) {
   }
   va_list args;
   va_start(args, mode);
-  errno = ENOMEM;  // what stands when an exception ends the work
   FILE* const stream = tavocore::Contain(kModule, static_cast<FILE*>(nullptr), [&] {
     const char* const first = va_arg(args, const char*);
     FILE* const opened = OpenReader(ArgumentVector(path, first, args));

@@ -33,7 +33,8 @@ std::string NameOf(const std::string& path) { return path.substr(path.rfind('/')
 // Returns the path of the file that `path` stands for, which may be missing. Below /tmp nothing is
 // followed.
 std::string FollowLinks(std::string path) {
-  constexpr int kMaxLinks = 40;  // as many as the kernel follows; a loop ends as a file to replace
+  constexpr int kMaxLinks =
+      40;  // as many as the kernel follows; what is a link still fails to open
   for (int followed = 0; followed < kMaxLinks && !platform::IsBelowTmp(path.c_str()); ++followed) {
     char target[PATH_MAX];
     const ssize_t length = readlink(path.c_str(), target, sizeof target);
