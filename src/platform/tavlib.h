@@ -108,8 +108,7 @@ TAVLIB_EXPORT int TAVLIBFileUnlock(int id);
 //   missing by reads and replaced by writes. Writers of files in one directory wait for each other
 //   for at most 30 seconds.
 // - A line format is a line with its line end, in which the first "%s" stands for the key and the
-//   second for the value. No other conversion is taken, but for "%%". A null one stands for
-//   "%s=\"%s\"\n".
+//   second for the value; no other "%" is taken. A null one stands for "%s=\"%s\"\n".
 
 // Copies the value of `key`, cut to `size` - 1 characters, into `buffer`. Returns a positive value
 // when found, 0 when there is no such key, a negative value on failure. `flags` is always 0. Here:

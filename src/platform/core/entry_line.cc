@@ -1,5 +1,7 @@
 #include "platform/core/entry_line.h"
 
+#include <algorithm>
+
 #include "platform/core/white_space.h"
 
 namespace tavocore {
@@ -9,23 +11,16 @@ namespace {
 // Returns `format` with its two "%s" replaced. It never reaches printf: it is a caller's text.
 std::optional<std::string> Substitute(std::string_view format, std::string_view key,
                                       std::string_view value) {
-  std::string text;
-  int replaced = 0;
-  for (size_t at = 0; at < format.size(); ++at) {
-    if (format[at] != '%') {
-      text += format[at];
-      continue;
-    }
-    const char conversion = ++at < format.size() ? format[at] : '\0';
-    if (conversion == '%') {
-      text += '%';
-    } else if (conversion == 's' && replaced < 2) {
-      text += replaced++ == 0 ? key : value;
-    } else {
-      return std::nullopt;
-    }
+  const size_t key_at = format.find("%s");
+  const size_t value_at = format.find("%s", key_at + 2);
+  if (std::ranges::count(format, '%') != 2 || value_at == std::string_view::npos) {
+    return std::nullopt;
   }
-  if (replaced != 2) return std::nullopt;
+  std::string text(format.substr(0, key_at));
+  text += key;
+  text += format.substr(key_at + 2, value_at - key_at - 2);
+  text += value;
+  text += format.substr(value_at + 2);
   return text;
 }
 
@@ -39,6 +34,7 @@ std::string_view Entry::value() const {
 }
 
 std::optional<Entry> ParseEntry(std::string_view line) {
+  if (line.ends_with('\n')) line.remove_suffix(1);
   const size_t equals = line.find('=');
   if (equals == std::string_view::npos) return std::nullopt;
   const std::string_view key = Trimmed(line.substr(0, equals));
@@ -50,7 +46,7 @@ std::optional<std::string> FormatEntry(std::string_view format, std::string_view
                                        std::string_view value) {
   std::optional<std::string> line = Substitute(format, key, value);
   if (!line || line->find('\n') != line->size() - 1) return std::nullopt;
-  const std::optional<Entry> stored = ParseEntry({line->data(), line->size() - 1});
+  const std::optional<Entry> stored = ParseEntry(*line);
   if (!stored || stored->key != key || stored->value() != value) return std::nullopt;
   return line;
 }

@@ -16,7 +16,7 @@ struct Entry {
   std::string_view value() const;
 };
 
-// Returns what a line (without its line end) stores, or nothing when it is not an entry.
+// Returns what a line, with or without its line end, stores; nothing when it is not an entry.
 std::optional<Entry> ParseEntry(std::string_view line);
 
 // Returns the line, with its line end, that stores the pair: `format` with its two "%s" replaced.

@@ -30,11 +30,6 @@ bool Succeeded(int error) {
   return error == 0;
 }
 
-std::string_view WithoutEnd(std::string_view line) {
-  if (line.ends_with('\n')) line.remove_suffix(1);
-  return line;
-}
-
 // Hands the entries of a file to `take` in their order, until it returns false. Returns 0, or the
 // code to record.
 template <typename Take>
@@ -48,7 +43,7 @@ int ReadEntries(const char* path, Take take) {
   }
   tavocore::Lines lines(file.get());
   while (lines.Next()) {
-    const std::optional<Entry> entry = tavocore::ParseEntry(WithoutEnd(lines.line()));
+    const std::optional<Entry> entry = tavocore::ParseEntry(lines.line());
     if (entry && !take(*entry)) return kDone;
   }
   return lines.failed() ? tavocore::kErrorRead : kDone;
@@ -91,7 +86,7 @@ class NewLines {
   // Returns what takes the place of a line of the old file: itself when its key is none of ours,
   // our line when it is the first of its key, nothing when that has been written already.
   std::string_view InPlaceOf(std::string_view old_line) {
-    const std::optional<Entry> entry = tavocore::ParseEntry(WithoutEnd(old_line));
+    const std::optional<Entry> entry = tavocore::ParseEntry(old_line);
     if (!entry) return old_line;
     const auto found = index_.find(entry->key);
     return found == index_.end() ? old_line : Take(lines_[found->second]);

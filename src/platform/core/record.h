@@ -6,7 +6,6 @@
 #define PLATFORM_CORE_RECORD_H_
 
 #include <exception>
-#include <source_location>
 
 #include "platform/tavlib.h"
 
@@ -30,12 +29,11 @@ enum ErrorCode {
 // as well as C++, and no exception may reach them. (Only standard exceptions are held: the
 // unwinding of a cancelled thread must go on.)
 template <typename Result, typename Work>
-Result Contain(const char* module, Result failure, Work&& work,
-               std::source_location caller = std::source_location::current()) {
+Result Contain(const char* module, Result failure, Work&& work, int line = __builtin_LINE()) {
   try {
     return work();
   } catch (const std::exception&) {
-    TAVLIBErrSetEx(kErrorNoMemory, module, static_cast<int>(caller.line()));
+    TAVLIBErrSetEx(kErrorNoMemory, module, line);
     return failure;
   }
 }

@@ -33,14 +33,14 @@ std::string NameOf(const std::string& path) { return path.substr(path.rfind('/')
 // Returns the path of the file that `path` stands for, which may be missing. Below /tmp nothing is
 // followed.
 std::string FollowLinks(std::string path) {
-  constexpr int kMaxLinks =
-      40;  // as many as the kernel follows; what is a link still fails to open
+  // As many as the kernel follows. What is a link even then (a loop) fails to open.
+  constexpr int kMaxLinks = 40;
   for (int followed = 0; followed < kMaxLinks && !platform::IsBelowTmp(path.c_str()); ++followed) {
     char target[PATH_MAX];
     const ssize_t length = readlink(path.c_str(), target, sizeof target);
     if (length <= 0) break;
-    const std::string link(target, static_cast<size_t>(length));
-    path = link.front() == '/' ? link : DirectoryOf(path) + link;
+    path.resize(target[0] == '/' ? 0 : path.rfind('/') + 1);
+    path.append(target, static_cast<size_t>(length));
   }
   return path;
 }
