@@ -118,6 +118,13 @@ TAVOHA_EXPORT int TAVOHAGetIFMain(char* buffer, int size);
 TAVOHA_EXPORT int TAVOHAGetIFConfInfo(const char* ifname, char* address, int addressSize,
                                       char* netmask, int netmaskSize, BOOL* enabled);
 
+// Records the cluster address and netmask of `ifname` and puts them in use (`enable` of 1), or
+// takes them out of use, in which case what is recorded stays; then restarts the cluster's address
+// with HACrmRestartIP, whose time and tools are its own. Returns 0 when that succeeded: a value
+// that could not be written is logged as ERROR, but does not count.
+TAVOHA_EXPORT int TAVOHASetIFConfInfo(const char* ifname, const char* address, const char* netmask,
+                                      BOOL enable);
+
 // Writes the MAC address of data port `index` into `buffer` of `size` bytes, of which it needs 18:
 // the recorded one while HA runs, else, or when none is recorded, that of device "ovs_ethINDEX".
 // A socket that cannot be opened gives -1 without logging.

@@ -2,6 +2,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <tavohacore/conf.h>
+#include <tavohacore/crm.h>
 #include <tavohacore/state.h>
 
 #include <cerrno>
@@ -41,6 +42,14 @@ bool ReadAttribute(const Interface& interface, int attribute, const char* what, 
     return false;
   }
   return true;
+}
+
+// Whatever can be written is: the address that is then restarted takes what there is.
+void WriteAttribute(const Interface& interface, int attribute, const char* value) {
+  const HA_CONF_TYPE type = conf::InterfaceType(interface.info, attribute);
+  if (TAVOHASetConf(type, interface.info.index, value) != 0) {
+    HA_LOG(ERROR, "Failed to set config:%d. idx:%d.", type, interface.info.index);
+  }
 }
 
 // Asks the kernel for the MAC address of data port `index`.
@@ -91,6 +100,32 @@ int TAVOHAGetIFConfInfo(const char* ifname, char* address, int addressSize, char
     return -1;
   }
   *enabled = strcmp(flag, "true") == 0 ? 1 : 0;
+  return 0;
+}
+
+int TAVOHASetIFConfInfo(const char* ifname, const char* address, const char* netmask, BOOL enable) {
+  const frame::PriorityBoost boost;
+  const bool enabled = enable == 1;
+  if (ifname == nullptr || address == nullptr || netmask == nullptr) {
+    HA_LOG_ERROR_TEXT(EINVAL);
+    return -1;
+  }
+  if (TAVOHAIsRunning() == 0) {
+    HA_LOG(ERROR, "ha not runnign");
+    return -1;
+  }
+  Interface interface;
+  if (!ParseInterface(ifname, &interface)) return -1;
+  if (enabled) {
+    WriteAttribute(interface, HA_CONF_IF_ATTR_NAME, ifname);
+    WriteAttribute(interface, HA_CONF_IF_ATTR_ADDRESS, address);
+    WriteAttribute(interface, HA_CONF_IF_ATTR_NETMASK, netmask);
+  }
+  WriteAttribute(interface, HA_CONF_IF_ATTR_ENABLED, enabled ? "true" : "false");
+  if (HACrmRestartIP() < 0) {
+    HA_LOG(ERROR, "Failed to restart ip.");
+    return -1;
+  }
   return 0;
 }
 
