@@ -1,0 +1,22 @@
+// Network interfaces of a simulated node, in the network of the calling thread.
+#ifndef SIMCLUSTER_NETWORK_INTERFACE_H_
+#define SIMCLUSTER_NETWORK_INTERFACE_H_
+
+#include <string>
+
+#include "simcluster/root/private_root.h"
+
+namespace simcluster {
+
+// Adds an interface with a hardware address of its own, and brings it up. It is a tap device, which
+// needs no module beyond that of /dev/net/tun, and stays until the network itself goes.
+[[nodiscard]] Error AddInterface(const std::string& name);
+
+// Gives `name` the address and netmask. A name like "eth0:HA" stands for an alias of eth0, which is
+// created.
+[[nodiscard]] Error SetAddress(const std::string& name, const std::string& address,
+                               const std::string& netmask);
+
+}  // namespace simcluster
+
+#endif  // SIMCLUSTER_NETWORK_INTERFACE_H_
