@@ -19,6 +19,7 @@
 #include "tests/support/appliance.h"
 #include "tests/support/host_state.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/scripted_tool.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ using namespace test_support;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using testing::IsEmpty;
+using testing::Not;
 using Lines = std::vector<testing::Matcher<const LogLine&>>;
 
 // What the kernel says by another way than the library's: "ADDRESS NETMASK" or a hardware address.
@@ -284,6 +286,45 @@ TEST_F(Interfaces, ConfiguredInfoIsReadFromTheKeysOfTheKind) {
   EXPECT_EQ(TAVOHAGetIFConfInfo("eth0", address, 16, netmask, 16, &enabled), -1);
   EXPECT_EQ(TAVOHAGetIFMain(main, sizeof main), -1);
   EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_F(Interfaces, AddressIsRecordedOnlyWhenEnabledAndRestartedInAnyCase) {
+  ScriptedTool agent("/usr/tavo/tavoha/lib/ocf/resource.d/tavoware/IPaddr2");
+  ScriptedTool resource_tool("/usr/bin/crm_resource"), query_tool("/usr/bin/cibadmin");
+  resource_tool.Answer({{}});
+  const std::string old = "ha_bond_if1=\"old\"\nha_bond_ip1=\"old\"\nha_bond_netmask1=\"old\"\n";
+  const std::string set =
+      "ha_bond_if1=\"bond1\"\nha_bond_ip1=\"10.0.0.9\"\nha_bond_netmask1=\"255.0.0.0\"\n";
+  for (const BOOL enable : {1, 0, 2, -1}) {
+    for (const bool restarts : {true, false}) {
+      SetConf(old);
+      query_tool.Answer({{}, {.exit_status = 6}});  // unmanaged, then managed again
+      agent.Answer({{.exit_status = restarts ? 0 : 1}});
+      EXPECT_EQ(TAVOHASetIFConfInfo("bond1", "10.0.0.9", "255.0.0.0", enable), restarts ? 0 : -1);
+      EXPECT_EQ(ReadFile(kConfFile), enable == 1 ? set + "ha_bond_if_enabled1=\"true\"\n"
+                                                 : old + "ha_bond_if_enabled1=\"false\"\n");
+      EXPECT_THAT(TakeCommandLines(), testing::Contains(testing::EndsWith("IPaddr2 stop")));
+      const auto failed = testing::Contains(Logged("ERROR", "conf", "Failed to restart ip."));
+      EXPECT_THAT(log.Take(), testing::Conditional(restarts, Not(failed), failed));
+    }
+  }
+
+  query_tool.Answer({{}, {.exit_status = 6}});
+  agent.Answer({{}});
+  EXPECT_EQ(TAVOHASetIFConfInfo("eth3", "two\nlines", "255.0.0.0", 1), 0);
+  EXPECT_THAT(ReadFile(kConfFile), testing::HasSubstr("ha_netmask3=\"255.0.0.0\"\nha_if_enabled3"));
+  EXPECT_THAT(log.Take(),
+              testing::Contains(Logged("ERROR", "conf", "Failed to set config:26. idx:3.")));
+  TakeCommandLines();
+
+  EXPECT_EQ(TAVOHASetIFConfInfo("lo", "10.0.0.9", "255.0.0.0", 1), -1);
+  EXPECT_EQ(TAVOHASetIFConfInfo("eth0", nullptr, "255.0.0.0", 0), -1);
+  SetRunning(false);
+  EXPECT_EQ(TAVOHASetIFConfInfo("eth0", "10.0.0.9", "255.0.0.0", 1), -1);
+  EXPECT_THAT(log.Take(), ElementsAre(Logged("ERROR", "conf", "Failed to parse interface lo"),
+                                      Logged("ERROR", "conf", "Invalid argument"),
+                                      Logged("ERROR", "conf", "ha not runnign")));
+  EXPECT_THAT(TakeCommandLines(), IsEmpty());
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <tavohacore/frame.h>
@@ -11,24 +10,16 @@
 #include <string>
 
 #include "platform/tavlib.h"
-#include "tests/support/files.h"
+#include "tests/support/appliance.h"
 #include "tests/support/log_capture.h"
 
 namespace {
 
+using test_support::CoverProcFile;
 using test_support::ReadFile;
 using test_support::WriteFile;
 
 long IoPriority() { return syscall(SYS_ioprio_get, 1, getpid()); }
-
-// Puts a plain file over one of this process's files in /proc, which the kernel may refuse to let
-// anybody write.
-void CoverProcFile(const std::string& name, const std::string& content) {
-  const std::string file = "/run/" + name;
-  WriteFile(file, content);
-  const std::string path = "/proc/" + std::to_string(getpid()) + "/" + name;
-  ASSERT_EQ(mount(file.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0) << strerror(errno);
-}
 
 TEST(Priority, RefusesNullPointersWithARecord) {
   int value = 0;

@@ -88,9 +88,12 @@ TEST(IsBinding, FollowsTheMarkerThenTheProgress) {
     size_t log_lines;
     const char* progress;  // null: no file
   } cases[] = {
-      {false, 0, 0, nullptr},           {true, 1, 0, nullptr},
-      {true, 1, 0, "BINDING=\"7\"\n"},  {false, 0, 0, "BINDING=\"7\"\n"},
-      {false, 1, 0, "BINDING=\"3\"\n"}, {false, 1, 0, "BINDING=\"x\"\n"},
+      {false, 0, 0, nullptr},
+      {true, 1, 0, nullptr},
+      {true, 1, 0, "BINDING=\"7\"\n"},
+      {false, 0, 0, "BINDING=\"7\"\n"},
+      {false, 1, 0, "BINDING=\"3\"\n"},
+      {false, 1, 0, "BINDING=\"x\"\n"},
       {false, 0, 1, "UNBINDING=\"3\"\n"},
   };
   LogCapture log;

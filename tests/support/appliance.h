@@ -2,8 +2,13 @@
 #ifndef TESTS_SUPPORT_APPLIANCE_H_
 #define TESTS_SUPPORT_APPLIANCE_H_
 
+#include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
+#include <string>
 #include <string_view>
 
 #include "tests/support/files.h"
@@ -23,6 +28,14 @@ inline void SetRunning(bool running) {
 inline void SetConf(std::string_view lines) {
   WriteFile(kConfFile, lines);
   unlink(kMirrorFile);
+}
+
+// Puts a plain file over one of this process's files in /proc, which the kernel may refuse to let
+// anybody write.
+inline void CoverProcFile(const std::string& name, const std::string& content) {
+  const std::string file = "/run/" + name, path = "/proc/" + std::to_string(getpid()) + "/" + name;
+  WriteFile(file, content);
+  ASSERT_EQ(mount(file.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0) << strerror(errno);
 }
 
 }  // namespace test_support
