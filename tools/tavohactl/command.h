@@ -1,0 +1,68 @@
+// How a command of tavohactl is made: it reads its arguments by name, asks the library, and returns
+// an answer, which main prints. A command that cannot do so throws.
+#ifndef TAVOHACTL_COMMAND_H_
+#define TAVOHACTL_COMMAND_H_
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace tavohactl {
+
+// Members stay in the order in which they were added.
+using Json = nlohmann::ordered_json;
+
+struct Answer {
+  Json record;                        // always an object
+  std::optional<std::string> text{};  // for a reader; without it, the record is laid out as text
+  bool yes = true;                    // turns into the exit status: 0 for yes and done, 1 for no
+};
+
+// What was asked could not be done: exit status 1.
+struct Failure : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// The command line makes no sense: exit status 2.
+struct WrongUse : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// The failure of a call of the library, which tells the system log why.
+Failure LibraryFailure(const std::string& what);
+
+// A command, given its parsed command line.
+using Command = std::function<Answer(const CLI::App&)>;
+
+// The command line as a tree of groups and commands. The command that is met is kept for main.
+class CommandTree {
+ public:
+  explicit CommandTree(CLI::App* root) : root_(root) {}
+
+  CLI::App* root() const { return root_; }
+  // Adds a word that only commands follow. `examples` are shown below its help, one a line.
+  CLI::App* AddGroup(const std::string& name, const std::string& description,
+                     const std::string& examples) const;
+  // Adds a command below `group`. Arguments are added to what it returns.
+  CLI::App* AddCommand(CLI::App* group, const std::string& name, const std::string& description,
+                       Command command);
+  Answer RunMet() const { return met_(); }
+
+ private:
+  CLI::App* root_;
+  std::function<Answer()> met_;
+};
+
+// The text of an argument; empty when it is absent.
+std::string Text(const CLI::App& arguments, const std::string& name);
+
+// Each adds the commands of one file.
+void AddStatus(CommandTree* tree);
+void AddConf(CommandTree* tree);
+
+}  // namespace tavohactl
+
+#endif  // TAVOHACTL_COMMAND_H_
