@@ -24,7 +24,7 @@ class Collector : public benchmark::BenchmarkReporter {
         fmt::print(stderr, "{}: {}\n", run.benchmark_name(), run.error_message);
         failed_ = true;
       } else if (run.run_type == Run::RT_Iteration) {
-        times_[run.run_name.function_name].push_back(run.real_accumulated_time /
+        times_[NameOf(run)].push_back(run.real_accumulated_time /
                                                      static_cast<double>(run.iterations));
       }
     }
@@ -42,6 +42,12 @@ class Collector : public benchmark::BenchmarkReporter {
   }
 
  private:
+  // As it was registered: "GetEvents/1000".
+  static std::string NameOf(const Run& run) {
+    const std::string& arguments = run.run_name.args;
+    return run.run_name.function_name + (arguments.empty() ? "" : "/" + arguments);
+  }
+
   std::map<std::string, std::vector<double>> times_;
   bool failed_ = false;
 };
