@@ -17,13 +17,18 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
 
+#include "simcluster/cib/cib_file.h"
+#include "simcluster/cib/resources.h"
 #include "simcluster/launcher/node_files.h"
 #include "simcluster/launcher/node_keeper.h"
+#include "simcluster/placement/settle.h"
 #include "simcluster/state/cluster_state.h"
+#include "simcluster/tools/messages.h"
 
 namespace simcluster {
 namespace {
@@ -43,6 +48,13 @@ void Enter(const Descriptor& keeper, pid_t id) {
   if (own_users) namespaces |= CLONE_NEWUSER;
   if (setns(keeper.get(), namespaces) != 0) Throw("cannot enter the node");
   if (own_users && (setgid(0) != 0 || setuid(0) != 0)) Throw("cannot become root in the node");
+}
+
+std::string ReadIfThere(const std::string& path) {
+  std::ifstream file(path);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
 }
 
 [[noreturn]] void Execute(const std::vector<std::string>& command) {
@@ -95,10 +107,12 @@ void Cluster::Start() const {
   try {
     fs::create_directories(SharedDirectory());
     for (const NodeName& node : kNodes) fs::create_directories(NodeDirectory(node));
-    for (const char* tool : kClusterTools) PlaceTool(SharedDirectory(), tool, true);
+    for (const ClusterTool& tool : kClusterTools) PlaceTool(SharedDirectory(), tool.name, true);
     ClusterState::Change(SharedDirectory(), [](ClusterState* state) {
-      for (const NodeName& node : kNodes) state->nodes.push_back({.name = node.host_name});
+      for (const NodeName& node : kNodes)
+        state->nodes.push_back({.name = node.host_name, .id = node.id});
     });
+    Settle();
     if (const std::string wrong = StartKeepers(*this); !wrong.empty()) {
       throw std::runtime_error(wrong);
     }
@@ -153,24 +167,70 @@ void Cluster::Run(const NodeName& node, const std::vector<std::string>& command)
 }
 
 std::string Cluster::Log(const NodeName& node) const {
-  std::ifstream file(NodeDirectory(node) + "/log");
-  if (!file) throw std::runtime_error("no cluster runs in " + directory_);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
+  if (!fs::exists(NodeDirectory(node)))
+    throw std::runtime_error("no cluster runs in " + directory_);
+  return ReadIfThere(NodeDirectory(node) + "/log");
+}
+
+std::string Cluster::Journal(const NodeName& node) const {
+  return ReadIfThere(SharedDirectory() + "/journal/" + node.host_name);
+}
+
+std::string Cluster::Messages(const NodeName& node) const {
+  std::set<fs::path> files;
+  std::error_code none;
+  for (const auto& entry :
+       fs::directory_iterator(SpoolPath(SharedDirectory(), node.host_name), none)) {
+    files.insert(entry.path());
+  }
+  std::string text;
+  for (const fs::path& file : files) {
+    text += file.filename().string() + ": " + ReadIfThere(file) + "\n";
+  }
+  return text;
+}
+
+std::string Cluster::InformationBase() const {
+  Settle();
+  return ReadCib(SharedDirectory()).root().Text(true);
 }
 
 void Cluster::SetNodeCondition(const NodeName& node, const std::string& condition) const {
   ClusterState::Change(SharedDirectory(), [&](ClusterState* state) {
-    std::ranges::find(state->nodes, node.host_name, &ClusterState::Node::name)->condition =
-        condition;
+    ClusterState::Node* changed = state->Find(node.host_name);
+    changed->condition = condition;
+    changed->leaving = false;
+    if (!changed->Condition().is_member) return;
+    changed->is_listed = true;
+    changed->has_runtime_object = true;
   });
+  Settle();
 }
 
 void Cluster::SetToolFault(const std::string& tool, const std::string& fault) const {
   ClusterState::Change(SharedDirectory(),
                        [&](ClusterState* state) { state->faults[tool] = fault; });
   PlaceTool(SharedDirectory(), tool, fault != "missing");
+}
+
+void Cluster::FailOperation(const NodeName& node, const std::string& resource) const {
+  OnSettledCluster(SharedDirectory(), [&](const ClusterState&, const Cib& cib) {
+    const std::vector<Resource> resources = Resources(cib);
+    const Resource* failed = FindResource(resources, resource);
+    if (failed == nullptr) throw std::runtime_error("no such resource: " + resource);
+    cib.AddNode(node.host_name);
+    cib.AddFailure(node.host_name, failed->primitive);
+  });
+}
+
+void Cluster::SetSlowness(int seconds) const {
+  ClusterState::Change(SharedDirectory(),
+                       [&](ClusterState* state) { state->slow_seconds = seconds; });
+  Settle();
+}
+
+void Cluster::Settle() const {
+  OnSettledCluster(SharedDirectory(), [](const ClusterState&, const Cib&) {});
 }
 
 }  // namespace simcluster

@@ -16,12 +16,13 @@
 namespace simcluster {
 
 // The nodes as ha.conf knows them. Their host names differ from that, so that nothing can confuse
-// the two.
+// the two. The ids are their DRBD addresses as numbers, the first byte lowest.
 struct NodeName {
   std::string selector;   // host0
   std::string host_name;  // nas-a
+  std::string id;
 };
-inline const NodeName kNodes[] = {{"host0", "nas-a"}, {"host1", "nas-b"}};
+inline const NodeName kNodes[] = {{"host0", "nas-a", "16907945"}, {"host1", "nas-b", "33685161"}};
 
 // Every operation throws std::runtime_error with a message for the user when it cannot do its work.
 class Cluster {
@@ -44,15 +45,27 @@ class Cluster {
   // its exit status as a shell would: 128 and the signal's number when a signal ended it. Does not
   // return: a process that has gone over to a node is at home in neither place.
   [[noreturn]] void Run(const NodeName& node, const std::vector<std::string>& command) const;
+  // What the node logged, what its IP agent and control script were asked, and what messages came.
   std::string Log(const NodeName& node) const;
+  std::string Journal(const NodeName& node) const;
+  std::string Messages(const NodeName& node) const;
+  // The cluster information base, as XML.
+  std::string InformationBase() const;
 
+  // A member that had been removed is one again when its condition makes it one.
   void SetNodeCondition(const NodeName& node, const std::string& condition) const;
   void SetToolFault(const std::string& tool, const std::string& fault) const;
+  // Has an operation of the resource fail once more on the node.
+  void FailOperation(const NodeName& node, const std::string& resource) const;
+  // Makes the cluster take that long from a change to what follows from it.
+  void SetSlowness(int seconds) const;
 
   std::string SharedDirectory() const { return directory_ + "/cluster"; }
   std::string NodeDirectory(const NodeName& node) const { return directory_ + "/" + node.selector; }
 
  private:
+  // Lets the cluster react to what was ordered.
+  void Settle() const;
   // The node's keeper, or none when it does not live.
   Descriptor OpenKeeper(const NodeName& node) const;
 

@@ -29,6 +29,7 @@ void PrintStatus(const Cluster& cluster) {
   for (const auto& [tool, fault] : state.faults) {
     if (fault != "none") printf("fault  %s  %s\n", tool.c_str(), fault.c_str());
   }
+  if (state.slow_seconds > 0) printf("fault  slow  %d s\n", state.slow_seconds);
 }
 
 [[noreturn]] void RunShell(const Cluster& cluster, const NodeName& node) {
@@ -36,15 +37,18 @@ void PrintStatus(const Cluster& cluster) {
   cluster.Run(node, {"/bin/bash", "--norc"});
 }
 
-std::vector<std::string> ConditionNames() {
+// What may be given: the names in a table, or of its rows.
+template <typename Table>
+CLI::Validator IsOneOf(const Table& table) {
   std::vector<std::string> names;
-  for (const NodeCondition& condition : kNodeConditions) names.emplace_back(condition.name);
-  return names;
-}
-
-template <typename Names>
-CLI::Validator IsOneOf(const Names& names) {
-  return CLI::IsMember(std::vector<std::string>(std::begin(names), std::end(names)));
+  for (const auto& row : table) {
+    if constexpr (std::is_convertible_v<decltype(row), std::string>) {
+      names.emplace_back(row);
+    } else {
+      names.emplace_back(row.name);
+    }
+  }
+  return CLI::IsMember(names);
 }
 
 // The command line, last word first as CLI11 takes it. The "--" that may stand before the command
@@ -63,7 +67,8 @@ std::vector<std::string> WordsOf(int argc, char** argv) {
 int Main(int argc, char** argv) {
   CLI::App app("A two-node cluster on one machine, each node a private root of its own.",
                "simcluster");
-  std::string directory = Cluster::DefaultDirectory(), node, condition, tool, fault;
+  std::string directory = Cluster::DefaultDirectory(), node, condition, tool, fault, resource;
+  int seconds = 0;
   app.add_option("--state", directory, "The directory that holds the cluster")
       ->envname("SIMCLUSTER_STATE")
       ->capture_default_str();
@@ -75,7 +80,11 @@ int Main(int argc, char** argv) {
   CLI::App* run = app.add_subcommand("run", "Run a command on a node: run NODE [--] COMMAND...");
   CLI::App* shell = app.add_subcommand("shell", "Open a shell on a node");
   CLI::App* log = app.add_subcommand("log", "Print what a node logged");
-  for (CLI::App* on_node : {run, shell, log}) {
+  CLI::App* journal =
+      app.add_subcommand("journal", "Print what a node's IP agent and control script were asked");
+  CLI::App* messages = app.add_subcommand("messages", "Print the messages that came to a node");
+  CLI::App* cib = app.add_subcommand("cib", "Print the cluster information base");
+  for (CLI::App* on_node : {run, shell, log, journal, messages}) {
     on_node->add_option("node", node, "host0 or nas-a, host1 or nas-b")->required();
   }
   run->prefix_command();
@@ -83,10 +92,18 @@ int Main(int argc, char** argv) {
   CLI::App* order = app.add_subcommand("fault", "Order a fault")->require_subcommand(1);
   CLI::App* node_fault = order->add_subcommand("node", "Put a node into a state");
   node_fault->add_option("node", node)->required();
-  node_fault->add_option("condition", condition)->required()->check(IsOneOf(ConditionNames()));
+  node_fault->add_option("condition", condition)->required()->check(IsOneOf(kNodeConditions));
   CLI::App* tool_fault = order->add_subcommand("tool", "Make a cluster tool go wrong, or right");
   tool_fault->add_option("tool", tool)->required()->check(IsOneOf(kClusterTools));
   tool_fault->add_option("fault", fault)->required()->check(IsOneOf(kToolFaults));
+
+  CLI::App* operation_fault =
+      order->add_subcommand("operation", "Have an operation of a resource fail on a node");
+  operation_fault->add_option("node", node)->required();
+  operation_fault->add_option("resource", resource)->required();
+  CLI::App* slow_fault =
+      order->add_subcommand("slow", "Make the cluster take that long for each transition");
+  slow_fault->add_option("seconds", seconds)->required()->check(CLI::Range(0, 86400));
 
   try {
     app.parse(WordsOf(argc, argv));
@@ -99,6 +116,11 @@ int Main(int argc, char** argv) {
   if (*stop) cluster.Stop();
   if (*status) PrintStatus(cluster);
   if (*log) fputs(cluster.Log(Cluster::FindNode(node)).c_str(), stdout);
+  if (*journal) fputs(cluster.Journal(Cluster::FindNode(node)).c_str(), stdout);
+  if (*messages) fputs(cluster.Messages(Cluster::FindNode(node)).c_str(), stdout);
+  if (*cib) fputs(cluster.InformationBase().c_str(), stdout);
+  if (*operation_fault) cluster.FailOperation(Cluster::FindNode(node), resource);
+  if (*slow_fault) cluster.SetSlowness(seconds);
   if (*shell) RunShell(cluster, Cluster::FindNode(node));
   if (*node_fault) cluster.SetNodeCondition(Cluster::FindNode(node), condition);
   if (*tool_fault) cluster.SetToolFault(tool, fault);

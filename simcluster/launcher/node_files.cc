@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "simcluster/placement/settle.h"
 #include "simcluster/state/cluster_state.h"
 
 namespace simcluster {
@@ -64,19 +65,21 @@ void PlaceTool(const std::string& shared_directory, const std::string& tool, boo
   }
 }
 
-void WriteNodeFiles() {
+void WriteNodeFiles(const std::string& host) {
   for (const auto& [path, content] : kFiles) {
     fs::create_directories(fs::path(path).parent_path());
     std::ofstream file(path);
     if (!(file << content << std::flush))
       throw std::runtime_error("cannot write " + std::string(path));
   }
-  for (const char* tool : kClusterTools) {
-    Link(fs::path(kSharedDirectory) / "tools" / tool, fs::path("/usr/bin") / tool);
+  for (const ClusterTool& tool : kClusterTools) {
+    Link(fs::path(kSharedDirectory) / "tools" / tool.name, fs::path(tool.directory) / tool.name);
   }
   for (const fs::path library : {SIMCLUSTER_TAVOCORE, SIMCLUSTER_TAVOHACORE}) {
     Link(library, "/usr/lib" / library.filename());
   }
+  // There while the node is active, wherever that was noticed.
+  Link(ActiveMarkerPath(kSharedDirectory, host), "/tmp/ha_role_active");
   Link(SIMCLUSTER_TAVOHACTL, "/usr/bin/tavohactl");
 }
 

@@ -11,9 +11,9 @@ namespace simcluster {
 // can go missing on both nodes at once. Throws std::runtime_error.
 void PlaceTool(const std::string& shared_directory, const std::string& tool, bool there);
 
-// Writes the files of a node into the root that the calling process is in. Throws
-// std::runtime_error.
-void WriteNodeFiles();
+// Writes the files of the node with that host name into the root that the calling process is in.
+// Throws std::runtime_error.
+void WriteNodeFiles(const std::string& host);
 
 }  // namespace simcluster
 

@@ -96,7 +96,7 @@ void Keep(const Cluster& cluster, const NodeName& node, Descriptor* starter) {
                            .visible = {SIMCLUSTER_BUILD_DIRECTORY},
                            .visible_at = {{kSharedDirectory, cluster.SharedDirectory()}},
                            .own_processes = true}));
-  WriteNodeFiles();
+  WriteNodeFiles(node.host_name);
   const Descriptor messages = BindLogSocket();
   for (const char* daemon : kDaemons) StartDaemon(daemon);
   Report(*starter, kReady);

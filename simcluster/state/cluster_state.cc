@@ -3,19 +3,22 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <utility>
 
 #include "simcluster/root/descriptor.h"
 
 namespace simcluster {
 
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState::Node, name, condition)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState, nodes, faults)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState::Node, name, id, condition, leaving, is_listed,
+                                   has_runtime_object)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState, nodes, faults, slow_seconds, messages_sent)
 
 namespace {
 
@@ -34,6 +37,23 @@ void Write(const std::string& directory, const ClusterState& state) {
 }
 
 }  // namespace
+
+const NodeCondition& ClusterState::Node::Condition() const {
+  const auto* known = std::ranges::find(kNodeConditions, condition, &NodeCondition::name);
+  if (known == std::end(kNodeConditions)) {
+    throw std::runtime_error("no condition of a node: " + condition);
+  }
+  return *known;
+}
+
+const ClusterState::Node* ClusterState::Find(const std::string& host) const {
+  const auto node = std::ranges::find(nodes, host, &Node::name);
+  return node == nodes.end() ? nullptr : &*node;
+}
+
+ClusterState::Node* ClusterState::Find(const std::string& host) {
+  return const_cast<Node*>(std::as_const(*this).Find(host));
+}
 
 ClusterState ClusterState::Read(const std::string& directory) {
   std::ifstream file(StatePath(directory));

@@ -8,22 +8,14 @@
 #include <cstdio>
 #include <exception>
 #include <string>
-#include <string_view>
 #include <thread>
 
 #include "simcluster/state/cluster_state.h"
+#include "simcluster/tools/command_line.h"
 #include "simcluster/tools/tool.h"
 
 namespace simcluster {
 namespace {
-
-struct Tool {
-  std::string_view name;
-  Outcome (*run)(const Arguments& arguments);
-};
-constexpr Tool kTools[] = {
-    {"crm_mon", CrmMon},
-};
 
 // Neither text nor lines.
 std::string Noise() {

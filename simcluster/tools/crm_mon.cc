@@ -1,20 +1,23 @@
-#include <algorithm>
-
-#include "simcluster/state/cluster_state.h"
-#include "simcluster/tools/tool.h"
+#include "simcluster/placement/settle.h"
+#include "simcluster/tools/command_line.h"
 
 namespace simcluster {
+namespace {
 
 // One line a node: its name, a colon and its state's words.
-Outcome CrmMon(const Arguments& arguments) {
-  if (arguments != Arguments{"-1", "-S"}) return Refuse();
-  Outcome outcome;
-  for (const ClusterState::Node& node : ClusterState::Read(kSharedDirectory).nodes) {
-    const auto* condition = std::ranges::find_if(
-        kNodeConditions, [&](const auto& known) { return known.name == node.condition; });
-    outcome.output += node.name + ": " + condition->words + "\n";
+std::string ShowNodes(const Session& session, const Arguments&) {
+  std::string lines;
+  for (const std::string& host : session.cib.NodeNames()) {
+    lines += host + ": " + StatusWords(session.state, session.cib, host) + "\n";
   }
-  return outcome;
+  return lines;
+}
+
+}  // namespace
+
+Outcome CrmMon(const Arguments& arguments) {
+  static constexpr CommandLine kKnown[] = {{"-1 -S", ShowNodes}};
+  return RunCommandLine(kKnown, arguments);
 }
 
 }  // namespace simcluster

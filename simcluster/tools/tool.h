@@ -1,14 +1,13 @@
-// A cluster tool of a simulated node: takes the command line apart, looks at the state or changes
-// it, and says what to print and how to exit.
+// The cluster tools of a simulated node: each takes its command line apart, looks at the cluster or
+// changes it, and says what to print and how to exit.
 #ifndef SIMCLUSTER_TOOLS_TOOL_H_
 #define SIMCLUSTER_TOOLS_TOOL_H_
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace simcluster {
-
-inline constexpr int kExitUsage = 64;
 
 struct Outcome {
   int status = 0;
@@ -16,12 +15,28 @@ struct Outcome {
   std::string error{};  // for standard error, without the tool's name and the line end
 };
 
-// A command line that none of the library's is: the simulation must not guess at it.
-inline Outcome Refuse() { return {.status = kExitUsage, .error = "arguments not understood"}; }
-
 using Arguments = std::vector<std::string>;  // without the tool's name
 
+Outcome Cibadmin(const Arguments& arguments);
+Outcome CorosyncObjctl(const Arguments& arguments);
+Outcome Crm(const Arguments& arguments);
 Outcome CrmMon(const Arguments& arguments);
+Outcome CrmNode(const Arguments& arguments);
+Outcome CrmResource(const Arguments& arguments);
+// The appliance's own: they only note in the node's journal that they ran.
+Outcome IpAgent(const Arguments& arguments);
+Outcome ControlScript(const Arguments& arguments);
+
+struct Tool {
+  std::string_view name;
+  Outcome (*run)(const Arguments& arguments);
+};
+inline constexpr Tool kTools[] = {
+    {"cibadmin", Cibadmin}, {"corosync-objctl", CorosyncObjctl},
+    {"crm", Crm},           {"crm_mon", CrmMon},
+    {"crm_node", CrmNode},  {"crm_resource", CrmResource},
+    {"IPaddr2", IpAgent},   {"rc.ha", ControlScript},
+};
 
 }  // namespace simcluster
 

@@ -125,7 +125,7 @@ TEST_F(Launcher, OrdersFaultsOfNodesAndTools) {
   };
   for (const auto& [condition, words] :
        {NodeFault{"offline", "OFFLINE"}, NodeFault{"unclean", "OFFLINE UNCLEAN"},
-        NodeFault{"pending", "ONLINE PENDING"}, NodeFault{"standby", "ONLINE STANDBY"},
+        NodeFault{"pending", "ONLINE PENDING"}, NodeFault{"lost", "OFFLINE"},
         NodeFault{"onfail", "ONLINE ONFAIL"}, NodeFault{"online", "ONLINE"}}) {
     EXPECT_EQ(Do(std::string("fault node host1 ") + condition).status, 0);
     EXPECT_EQ(Output("run host0 crm_mon -1 -S"),

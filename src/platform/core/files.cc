@@ -101,7 +101,8 @@ int TAVLIBFileExist(const char* path) {
     TAVLIB_RECORD(kErrorBadParameter);
     return 0;
   }
-  return access(path, F_OK) == 0 ? 1 : 0;
+  struct stat status {};
+  return stat(path, &status) == 0 ? 1 : 0;
 }
 
 int TAVLIBFileTouch(const char* path) {
