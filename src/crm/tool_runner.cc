@@ -7,7 +7,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -29,11 +28,9 @@ constexpr Budget kConfirmation{.checks = 5, .pause = std::chrono::seconds(3)};
 // What the resource tool exits with when there is nothing to list: not a failure.
 constexpr int kExitNothingFound = 234;
 
-// What a line of a listing names, if anything. The line is trimmed and not empty.
-using Name = std::optional<std::string_view>;
-
-// Adds what `name_of` finds in each line of a tool's output to `names`. Returns the tool's wait
-// status, or -1 when it could not be started, read or waited for.
+// Adds the name, if any, that `name_of` finds in each line of a tool's output (trimmed, and not
+// empty) to `names`. Returns the tool's wait status, or -1 when it could not be started, read or
+// waited for.
 template <typename NameOf>
 int ReadListing(FILE* stream, NameOf name_of, NameSet* names) {
   platform::ToolOutput tool(stream);
@@ -41,7 +38,8 @@ int ReadListing(FILE* stream, NameOf name_of, NameSet* names) {
   frame::LineReader reader(tool.stream());
   while (reader.Next()) {
     if (TAVLIBStrTrimSpace(reader.text(), 0) < 1) continue;
-    if (const Name name = name_of(reader.text())) names->emplace(*name);
+    const std::string_view name = name_of(reader.text());
+    if (!name.empty()) names->emplace(name);
   }
   const int status = tool.Close();
   return reader.failed() ? -1 : status;
@@ -59,15 +57,17 @@ int ResourceToolCount(int wait_status, NameSet* names) {
 }
 
 // "resource IP is running on: nodeA Master" names nodeA.
-Name NodeOfLocation(std::string_view line) {
+std::string_view NodeOfLocation(std::string_view line) {
   const size_t colon = line.find(':');
-  if (colon == line.npos || colon + 1 == line.size()) return std::nullopt;
+  if (colon == line.npos || colon + 1 == line.size()) return {};
   const std::string_view node = line.substr(colon + 2);
   return node.substr(0, node.find(' '));
 }
 
 // "PING_SERVER_:1", a clone's instance, names PING_SERVER_.
-Name ResourceOfListing(std::string_view line) { return line.substr(0, line.rfind(':')); }
+std::string_view ResourceOfListing(std::string_view line) {
+  return line.substr(0, line.rfind(':'));
+}
 
 // Reads where `resource` runs. Returns the number of nodes, or -1.
 int LocateResource(const char* resource, NameSet* nodes) {
@@ -138,12 +138,12 @@ int CrmGetNodeList(NameSet* out) {
     platform::SzList fields;
     if (!fields) return -1;
     // "33685161 nodeB member": id, name, state.
-    const auto member_of_line = [&](const char* line) -> Name {
+    const auto member_of_line = [&](const char* line) -> std::string_view {
       TAVLIBSzListRemoveAll(fields.get());
-      if (TAVLIBStrSep(line, " ", fields.address()) != 3) return std::nullopt;
+      if (TAVLIBStrSep(line, " ", fields.address()) != 3) return {};
       const char* name = TAVLIBSzListGet(fields.get(), 1);
       const char* state = TAVLIBSzListGet(fields.get(), 2);
-      if (name == nullptr || state == nullptr || strcmp(state, "lost") == 0) return std::nullopt;
+      if (name == nullptr || state == nullptr || strcmp(state, "lost") == 0) return {};
       return name;
     };
     NameSet names;

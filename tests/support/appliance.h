@@ -1,4 +1,4 @@
-// The files of an appliance that most tests prescribe.
+// The files of an appliance that most tests prescribe, and what it logged in short.
 #ifndef TESTS_SUPPORT_APPLIANCE_H_
 #define TESTS_SUPPORT_APPLIANCE_H_
 
@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "tests/support/files.h"
+#include "tests/support/log_capture.h"
 
 namespace test_support {
 
@@ -36,6 +37,15 @@ inline void CoverProcFile(const std::string& name, const std::string& content) {
   const std::string file = "/run/" + name, path = "/proc/" + std::to_string(getpid()) + "/" + name;
   WriteFile(file, content);
   ASSERT_EQ(mount(file.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0) << strerror(errno);
+}
+
+// Returns what was logged since the last time: "LEVEL module: body" of each line, "; " between.
+inline std::string TakeLines(LogCapture& log) {
+  std::string lines;
+  for (const LogLine& line : log.Take()) {
+    lines += (lines.empty() ? "" : "; ") + line.level + " " + line.module + ": " + line.body;
+  }
+  return lines;
 }
 
 }  // namespace test_support

@@ -101,8 +101,7 @@ int TAVLIBFileExist(const char* path) {
     TAVLIB_RECORD(kErrorBadParameter);
     return 0;
   }
-  struct stat status {};
-  return stat(path, &status) == 0 ? 1 : 0;
+  return access(path, F_OK) == 0 ? 1 : 0;
 }
 
 int TAVLIBFileTouch(const char* path) {

@@ -1,0 +1,140 @@
+// One node of a cluster whose every tool is scripted, and what a call does there.
+#ifndef TESTS_CRM_CLUSTER_H_
+#define TESTS_CRM_CLUSTER_H_
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <tavohacore.h>
+#include <unistd.h>
+
+#include <functional>
+#include <source_location>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/files.h"
+#include "tests/support/log_capture.h"
+#include "tests/support/scripted_tool.h"
+#include "tests/support/virtual_clock.h"
+
+namespace test_support {
+
+// What happened, in order: entries with "; " between. Empty ones are left out.
+using Story = std::string;
+
+inline Story Then(const std::vector<Story>& parts) {
+  Story story;
+  for (const Story& part : parts) story += story.empty() || part.empty() ? part : "; " + part;
+  return story;
+}
+inline Story Times(size_t count, const Story& part) {
+  return Then(std::vector<Story>(count, part));
+}
+
+// A tool's answers, run by run: each text behind `start`.
+inline std::vector<ToolAnswer> Says(const std::string& start,
+                                    const std::vector<std::string>& ends) {
+  std::vector<ToolAnswer> answers;
+  for (const std::string& end : ends) answers.push_back({.output = start + end + "\n"});
+  return answers;
+}
+
+// This node is nas-a, host0; its peer is nas-b. HA and the cluster stack run. Until told otherwise
+// each tool is silent and exits with 0, but for cibadmin, whose queries find nothing (6). Time is
+// virtual.
+class Cluster : public testing::Test {
+ protected:
+  Cluster() {
+    WriteFile("/tmp/.ha.running", "");
+    WriteFile("/usr/tavo/tavoha/var/run/corosync.pid", std::to_string(getpid()));
+    WriteFile("/usr/tavo/tavoha/var/run/pacemaker.pid", std::to_string(getpid()));
+    Configure("host0=nas-a\nhost1=nas-b\ndrbd_ip1=169.254.1.2\n");
+    for (ScriptedTool& tool : tools) tool.Answer({{}});
+    cibadmin.Answer({{.exit_status = 6}});
+  }
+
+  static void Configure(const std::string& lines) {
+    unlink("/tmp/.ha.conf");
+    WriteFile("/usr/tavo/tavoha/etc/ha.conf", lines);
+  }
+  void PeerIs(const std::vector<std::string>& words) { crm_mon.Answer(Says("nas-b: ", words)); }
+  void RunsAt(const std::string& resource, const std::vector<std::string>& nodes) {
+    crm_resource.AnswerTo({"--resource", resource, "--locate"}, Says("running on: ", nodes));
+  }
+  void Lists(const std::vector<int>& counts) {
+    std::vector<std::string> lists(counts.size());
+    for (size_t i = 0; i < counts.size(); ++i) {
+      for (char r = 'A'; r < 'A' + counts[i]; ++r) lists[i].append({r, ':', '0', '\n'});
+    }
+    crm_resource.AnswerTo({"--list-raw"}, Says("", lists));
+  }
+
+  // Expects a call's result, and what was done and logged since the last look: "pause SECONDS" and
+  // command lines, without the tool's directory and the most frequent ones in the short forms
+  // below; lines of the cluster's control as "LEVEL body".
+  void Expect(int result, int expected, const Story& done, const Story& logged = "",
+              std::source_location at = std::source_location::current()) {
+    const testing::ScopedTrace trace(at.file_name(), static_cast<int>(at.line()), "checked");
+    EXPECT_EQ(result, expected);
+    EXPECT_EQ(Done(), done);
+    EXPECT_EQ(Logged(), logged);
+  }
+  Story Done() {
+    NoteCommands();
+    return Then(std::exchange(done_, {}));
+  }
+  Story Logged() {
+    std::vector<Story> lines;
+    for (const LogLine& line : log_.Take()) {
+      if (line.module == "libcrm") lines.push_back(line.level + " " + line.body);
+    }
+    return Then(lines);
+  }
+
+  ScriptedTool tools[7] = {ScriptedTool("/usr/bin/crm_mon"),
+                           ScriptedTool("/usr/bin/crm_resource"),
+                           ScriptedTool("/usr/bin/crm_node"),
+                           ScriptedTool("/usr/bin/crm"),
+                           ScriptedTool("/usr/bin/cibadmin"),
+                           ScriptedTool("/usr/bin/corosync-objctl"),
+                           ScriptedTool("/usr/tavo/tavoha/lib/ocf/resource.d/tavoware/IPaddr2")};
+  ScriptedTool &crm_mon = tools[0], &crm_resource = tools[1], &crm_node = tools[2], &crm = tools[3],
+               &cibadmin = tools[4], &agent = tools[6];
+  std::function<void()> at_pause = [this] {
+    NoteCommands();
+    done_.push_back((std::ostringstream() << "pause " << clock_.pauses().back()).str());
+  };
+
+ private:
+  void NoteCommands() {
+    static const struct {
+      Story start, end, name;
+    } kShort[] = {{"crm_resource --resource ", " --locate", "locate "},
+                  {"crm_resource --list-raw", "", "list"},
+                  {"crm_node --list", "", "members"},
+                  {"crm_mon -1 -S", "", "status"},
+                  {"cibadmin -Ql --xpath //rsc_location[@id='", "']", "has "},
+                  {"cibadmin --delete --xpath //rsc_location[@id='", "']", "delete "},
+                  {"cibadmin --query --local --xpath //node_state[@id=\"",
+                   "\"]//nvpair[contains(@id,\"fail-count\")]", "failed "}};
+    for (const Story& line : TakeCommandLines()) {
+      Story command = line.substr(line.rfind('/', line.find(' ')) + 1);
+      for (const auto& form : kShort) {
+        if (!command.starts_with(form.start) || !command.ends_with(form.end)) continue;
+        command = form.name + command.substr(form.start.size(),
+                                             command.size() - form.start.size() - form.end.size());
+      }
+      done_.push_back(command);
+    }
+  }
+
+  std::vector<Story> done_;
+  LogCapture log_;
+  VirtualClock clock_{[this](size_t) { at_pause(); }};
+};
+
+}  // namespace test_support
+
+#endif  // TESTS_CRM_CLUSTER_H_

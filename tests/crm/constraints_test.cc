@@ -1,0 +1,117 @@
+#include <sys/wait.h>
+
+#include "tests/crm/cluster.h"
+
+namespace {
+
+using namespace test_support;
+using testing::AnyOf;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+const Story kRules[] = {"RULE_SYNC_DONE",   "RULE_SPACE_SYNC", "RULE_SERV_FAIL",   "RULE_MEMSIZE",
+                        "RULE_PING_SERVER", "RULE_SB_nas-b",   "RULE_VER_MISMATCH"};
+
+Story Create(const Story& rule) {
+  return "cibadmin --create -X '<configuration ><constraints ><rsc_location id=\"" + rule +
+         "\" node=\"nas-b\" rsc=\"DUMMY_START\" score=\"-INFINITY\"/></constraints>"
+         "</configuration>'; has " +
+         rule;
+}
+Story Delete(const Story& rule) { return "delete " + rule + "; has " + rule; }
+
+class Constraints : public Cluster {
+ protected:
+  static int Set(BOOL add, int type) {
+    return HACrmSetConstraintOnNode(add, NODE_TYPE_REMOTE, static_cast<CRM_CONSTRAINT_TYPE>(type));
+  }
+  static int Has(int type) {
+    return HACrmHasConstraintOnNode(NODE_TYPE_HOST1, static_cast<CRM_CONSTRAINT_TYPE>(type));
+  }
+};
+
+TEST_F(Constraints, AConfirmedChangeIsMadeOnceWithoutAPauseUnderTheTypesRule) {
+  for (int type = 0; type < 7; ++type) {
+    const Story& rule = kRules[type];
+    const Story query =
+        "cibadmin --query --xpath '//rsc_location[@id=\"" + rule + "\" and @node=\"nas-b\"]'";
+    cibadmin.Answer({{}});
+    Expect(Set(1, type), 0, Create(rule), "INFO Add constraint " + rule + " on node nas-b");
+    Expect(Has(type), 1, query);
+    cibadmin.Answer({{.exit_status = 6}});
+    Expect(Set(type % 2 * 2, type), 0, Delete(rule), "INFO Remove constraint " + rule);
+    Expect(Has(type), 0, query);
+  }
+}
+
+TEST_F(Constraints, AnUnconfirmedChangeIsIssuedFiveTimesThreeSecondsApart) {
+  Expect(Set(1, 3), 0, Then({Times(4, Create(kRules[3]) + "; pause 3"), Create(kRules[3])}),
+         "ERROR check RULE_MEMSIZE timeout; INFO Add constraint RULE_MEMSIZE on node nas-b");
+  cibadmin.AnswerTo({"-Ql", "--xpath", "*"}, {{}, {}, {.exit_status = 6}});
+  Expect(Set(0, 3), 0, Then({Times(2, Delete(kRules[3]) + "; pause 3"), Delete(kRules[3])}),
+         "INFO Remove constraint RULE_MEMSIZE");
+}
+
+TEST_F(Constraints, WhatCannotBeNamedIsRefusedBeforeAnyCommand) {
+  for (const int type : {7, -1}) Expect(Set(type == 7, type) - Has(type), -1, "");
+  Configure("host0=nas-a\nhost1=\n");
+  const Story no_name = "ERROR Failed to get host name of node type ";
+  Expect(Set(1, CRM_CONSTRAINT_MEMSIZE), -1, "", no_name + "2");
+  Expect(Set(0, CRM_CONSTRAINT_SB), -1, "", no_name + "2");
+  Expect(Has(CRM_CONSTRAINT_SB), 0, "", no_name + "4");
+  Expect(HACrmHasAnyConstraintOnNode(NODE_TYPE_REMOTE), 0, "");
+  crm_mon.Answer(Says("nas-a: ", {"ONLINE"}));
+  // A single node has no peer to look up.
+  Expect(HACrmHasConstraintOnNode(NODE_TYPE_REMOTE, CRM_CONSTRAINT_MEMSIZE), 0, "status");
+}
+
+TEST_F(Constraints, AnyRuleOfTheNodeIsFoundWithOneQuery) {
+  for (const int status : {0, 6}) {
+    cibadmin.Answer({{.exit_status = status}});
+    Expect(HACrmHasAnyConstraintOnNode(NODE_TYPE_LOCAL), status == 0,
+           "cibadmin --query --local --xpath '//rsc_location[(@id=\"RULE_SYNC_DONE\" or "
+           "@id=\"RULE_SPACE_SYNC\" or @id=\"RULE_SERV_FAIL\" or @id=\"RULE_MEMSIZE\" or "
+           "@id=\"RULE_PING_SERVER\" or @id=\"RULE_VER_MISMATCH\" or @id=\"RULE_SB_nas-a\") "
+           "and (@node=\"nas-a\")]'");
+  }
+}
+
+TEST_F(Constraints, ABusyLockIsWaitedForThenReportedAndNoHindrance) {
+  const struct {
+    int (*change)();
+    Story message, first_command;
+  } cases[] = {{[] { return Set(0, 3); }, "Failed to lock for setting constraint", "delete RULE_"},
+               {HACrmManageIP, "Failed to lock file for operating IP", "crm_resource"},
+               {HACrmCleanState, "Failed to lock for clean state", "crm configure delete"}};
+  for (const auto& c : cases) {
+    FILE* held = nullptr;
+    // The second time, the first call must have given the lock back.
+    for (const bool busy : {true, false}) {
+      ASSERT_EQ(HAFileLock(&held, HA_LOCK_CRM_OPERATION, 0), 0);
+      if (!busy) HAFileUnlock(&held);
+      EXPECT_EQ(c.change(), 0);
+      EXPECT_THAT(Done(), StartsWith(Then({Times(busy ? 10 : 0, "pause 1"), c.first_command})));
+      const auto reported = HasSubstr("ERROR " + c.message);
+      EXPECT_THAT(Logged(), AnyOf(busy ? testing::Matcher<Story>(reported) : Not(reported)));
+      HAFileUnlock(&held);
+    }
+  }
+}
+
+TEST_F(Constraints, TwoProcessesThatChangeRulesAtOnceTakeTurns) {
+  cibadmin.Answer({{}});
+  cibadmin.AnswerTo({"--create", "*", "*"}, {{.delay_milliseconds = 20}});
+  at_pause = [] { usleep(10000); };
+  const pid_t other = fork();
+  const int result = Set(1, other == 0 ? 0 : 3);
+  if (other == 0) _exit(result);
+  int status = -1;
+  waitpid(other, &status, 0);
+  EXPECT_EQ(result + status, 0);
+  EXPECT_THAT(Done(), AnyOf(Then({Create(kRules[0]), Create(kRules[3])}),
+                            Then({Create(kRules[3]), Create(kRules[0])})));
+  EXPECT_THAT(Logged(), Not(HasSubstr("ERROR")));
+}
+
+}  // namespace

@@ -1,0 +1,58 @@
+#include <csignal>
+
+#include "platform/tavlib.h"
+#include "tests/crm/cluster.h"
+
+namespace {
+
+using namespace test_support;
+
+using ToolRunner = Cluster;
+
+TEST_F(ToolRunner, ListingsAreReadByTheirFormAndBelievedByTheExitStatus) {
+  const struct {
+    ToolAnswer answer;
+    int at_peer, anywhere, configured;  // the resource "a:b" located and listed
+    bool fails = false;
+  } cases[] = {{{.output = "resource IP is running on: nas-b \n"}, 1, 1, 0},
+               {{.output = "x: nas-a\n  x: nas-b Master\n\n"}, 1, 1, 0},
+               {{.output = "x: nas-bb\nx: Nas-b\nx:  nas-b"}, 0, 1, 0},
+               {{.output = "nas-b runs it\nNOT running\nx: \nx:\nx:y\n::\n:"}, 0, 0, 0},
+               {{.output = std::string("x\0: nas-b\nx: nas-b\0c\n", 22)}, 1, 1, 0},
+               {{.output = " a:b:0 \na:b:1"}, 0, 1, 1},
+               {{.output = "a:b\n"}, 0, 0, 0},
+               {{.output = "x: nas-b\na:b:0\n", .exit_status = 234}, 0, 0, 0},
+               {{.output = "x: nas-b\na:b:0\n", .exit_status = 1}, 0, 0, 0, true},
+               {{.output = "x: nas-b\na:b:0\n", .kill_signal = SIGTERM}, 0, 0, 0, true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.answer.output);
+    const Story logged = c.fails ? "ERROR Failed to get resource location of a:b" : "";
+    crm_resource.Answer({c.answer});
+    Expect(HACrmIsResourceRunningAt("nas-b", "a:b"), c.at_peer, "locate a:b", logged);
+    Expect(HACrmIsResourceRunningAt(nullptr, "a:b"), c.anywhere, "locate a:b", logged);
+    Expect(HACrmIsResourceConfigured("a:b"), c.configured, "list");
+  }
+}
+
+TEST_F(ToolRunner, NothingIsAskedWithoutAResourceOrTheClusterStack) {
+  Expect(HACrmIsResourceConfigured(nullptr), 0, "");
+  Expect(HACrmIsResourceRunningAt("nas-a", nullptr), 0, "");
+  EXPECT_EQ(TAVLIBErrGet(), 0x0D00);
+  unlink("/usr/tavo/tavoha/var/run/pacemaker.pid");
+  Expect(HACrmIsResourceRunningAt(nullptr, "IP"), 0, "");
+}
+
+TEST_F(ToolRunner, TenThousandLinesAreReadToTheLast) {
+  std::string output;
+  for (int i = 0; i < 10000; ++i) output += std::to_string(i) + ": node" + std::to_string(i) + "\n";
+  crm_resource.Answer({{.output = output}});
+  EXPECT_EQ(HACrmIsResourceRunningAt("node9999", "IP"), 1);
+  EXPECT_EQ(HACrmIsResourceConfigured("9999"), 1);
+}
+
+TEST_F(ToolRunner, TheAdminEpochIsRaisedWithTheToolsOwnResult) {
+  Expect(HACrmIncreaseAdminEpoch(), 6,
+         "cibadmin --modify --xml-text '<cib admin_epoch=\"admin_epoch++\"/>'");
+}
+
+}  // namespace
