@@ -1,14 +1,14 @@
 #include "simcluster/network/interface.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
-#include <linux/if_tun.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "simcluster/root/descriptor.h"
@@ -42,16 +42,20 @@ bool Set(int socket_fd, unsigned long what, const std::string& name, const std::
 }  // namespace
 
 Error AddInterface(const std::string& name) {
-  const Descriptor tap(open("/dev/net/tun", O_RDWR | O_CLOEXEC));
+  constexpr const char* kinds[][2] = {{"link add dev ", " type dummy"},
+                                      {"link add dev ", " type veth"},
+                                      {"tuntap add dev ", " mode tap"}};
+  const bool added = std::ranges::any_of(kinds, [&](const auto& kind) {
+    const std::string command = "ip " + (kind[0] + name) + kind[1];
+    return system(("exec " + command + " </dev/null >/dev/null 2>&1").c_str()) == 0;
+  });
+  if (!added) return "network: cannot add interface " + name + " with ip(8)";
   const Descriptor any_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   ifreq request = Request(name);
-  request.ifr_flags = IFF_TAP | IFF_NO_PI;
-  if (!tap || !any_socket || ioctl(tap.get(), TUNSETIFF, &request) != 0 ||
-      ioctl(tap.get(), TUNSETPERSIST, 1) != 0) {
-    return Failure("add interface " + name);
-  }
   request.ifr_flags = IFF_UP;
-  if (ioctl(any_socket.get(), SIOCSIFFLAGS, &request) != 0) return Failure("bring up " + name);
+  if (!any_socket || ioctl(any_socket.get(), SIOCSIFFLAGS, &request) != 0) {
+    return Failure("bring up " + name);
+  }
   return {};
 }
 

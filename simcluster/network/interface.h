@@ -8,8 +8,9 @@
 
 namespace simcluster {
 
-// Adds an interface with a hardware address of its own, and brings it up. It is a tap device, which
-// needs no module beyond that of /dev/net/tun, and stays until the network itself goes.
+// Adds an interface with a hardware address of its own, and brings it up: a dummy, one end of a
+// veth pair or a tap device, whichever the kernel offers first. It stays until the network itself
+// goes. `name` goes to ip(8) by way of a shell.
 [[nodiscard]] Error AddInterface(const std::string& name);
 
 // Gives `name` the address and netmask. A name like "eth0:HA" stands for an alias of eth0, which is
