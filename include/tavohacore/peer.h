@@ -42,7 +42,7 @@ TAVOHA_EXPORT int TAVOHASSDRemoteTrim(const char* spacePath);
 // replacement that leaves the file readable and writable by its owner only, and the peer is sent
 // the file's path instead. Returns 0 when the tool ran, whatever it says, else -1: logged as ERROR
 // for no message, no peer host name and a tool that cannot be run; silent for a file that cannot
-// be opened; with error record 0x0D00 (path of more than 1015 characters), 0x0900, 0x0B00 or 0x2800
+// be opened; with error record 0x0D00 (path of more than 1016 characters), 0x0900, 0x0B00 or 0x2800
 // (temporary file, reading or writing, renaming) and the file unchanged otherwise. Writers of one
 // file must exclude each other.
 TAVOHA_EXPORT int SendAisMsg(void* data, unsigned int length, const char* file);

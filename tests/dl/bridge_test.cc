@@ -1,0 +1,146 @@
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <tavohacore/dl.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "platform/tavlib.h"
+#include "tests/support/files.h"
+#include "tests/support/log_capture.h"
+
+namespace {
+
+using namespace test_support;
+using namespace testing;
+namespace fs = std::filesystem;
+
+constexpr char kPath[] = "/lib/libtavoha.so";
+
+class Bridge : public Test {
+ protected:
+  Bridge() {
+    fs::copy_file(FULL_LIBRARY, kPath);
+    WriteFile("/tmp/.ha.running", "");
+  }
+
+  static void ExpectCount(int count) {
+    EXPECT_EQ(gHADLHandleRef, count);
+    EXPECT_EQ(gHADLHandle != nullptr, count > 0);
+    void* const loaded = dlopen(kPath, RTLD_LAZY | RTLD_NOLOAD);
+    EXPECT_EQ(loaded != nullptr, count > 0) << "in the process";
+    if (loaded != nullptr) dlclose(loaded);
+  }
+
+  static Matcher<const LogLine&> Unresolved(const std::string& symbol) {
+    return Logged("ERROR", "ha_dl_get_fp", "Failed to TAVOHADlGetFP: " + symbol + ".\n");
+  }
+
+  LogCapture log_;
+};
+
+TEST_F(Bridge, CountsReferencesAndUnloadsWithTheLast) {
+  setenv("PATH", "/bin", 1);
+  EXPECT_EQ(TAVOHADlKeepHandle(), 0);
+  unlink("/tmp/.ha.running");
+  WriteFile("/tmp/.ha.not.running", "");
+  EXPECT_EQ(TAVOHADlKeepHandle(), 0) << "once loaded, it stays usable";
+  char bytes[10];
+  EXPECT_EQ(TAVOHAIsHybridDL(bytes + 7, bytes), 7);
+  void* function = nullptr;
+  EXPECT_EQ(TAVOHADlGetFP("TAVOHAUpgradeHandle", &function), 0);
+  EXPECT_EQ(reinterpret_cast<int (*)(int)>(function)(5), 5);
+  ExpectCount(3);
+  TAVOHADlClose();
+  TAVOHADlKeepHandleRelease();
+  ExpectCount(1);
+  TAVOHADlClose();
+  ExpectCount(0);
+  TAVOHADlClose();
+  ExpectCount(0);
+  EXPECT_STREQ(getenv("PATH"),
+               "/usr/bin:/usr/tavo/tavoha/bin:/usr/tavo/tavoha/sbin:/bin:/usr/local/bin");
+  EXPECT_STREQ(getenv("OCF_ROOT"), "/usr/tavo/tavoha/lib/ocf/");
+  EXPECT_THAT(log_.Take(), IsEmpty());
+}
+
+TEST_F(Bridge, WrappersRunBoostedAndHoldNothingAfterwards) {
+  WriteFile("/run/cmdline", "tavoscgi_TAVO.Core.Storage.Disk");
+  const std::string cmdline = "/proc/" + std::to_string(getpid()) + "/cmdline";
+  ASSERT_EQ(mount("/run/cmdline", cmdline.c_str(), nullptr, MS_BIND, nullptr), 0);
+  int nice = 0;
+  TAVOHAGetOverviewStatusDL(&nice, 100);
+  EXPECT_EQ(nice, 100 - 15);
+  EXPECT_EQ(getpriority(PRIO_PROCESS, 0), 0);
+  EXPECT_EQ(TAVOHAUpgradeHandleDL(INT_MIN), INT_MIN);
+  EXPECT_EQ(TAVOHAUpgradeHandleDL(0), -1) << "it threw";
+  ExpectCount(0);
+}
+
+TEST_F(Bridge, SaysWhyItCannotReachTheLibrary) {
+  void* function = &log_;
+  EXPECT_EQ(TAVOHADlGetFP("TAVOHAIsHybrid", nullptr), -1);
+  EXPECT_EQ(TAVLIBErrGet(), 0x0D00);
+  EXPECT_STREQ(TAVLIBErrorGetFile(), "ha_dl_get_fp");
+  EXPECT_EQ(TAVOHADlGetFP(nullptr, &function), -1);
+  EXPECT_THAT(log_.Take(), ElementsAre(Unresolved("TAVOHAIsHybrid"), Unresolved("(null)")));
+  ExpectCount(0);
+
+  fs::copy_file(OLD_FULL_LIBRARY, kPath, fs::copy_options::overwrite_existing);
+  EXPECT_EQ(TAVOHADlKeepHandle(), 0);
+  EXPECT_EQ(TAVOHAUpgradeHandleDL(5), -1);
+  EXPECT_THAT(log_.Take(), ElementsAre(Unresolved("TAVOHAUpgradeHandle")));
+  ExpectCount(1);
+  TAVOHADlClose();
+
+  const auto failed = Logged("ERROR", "ha_dl_init", "Failed to dlopen.\n");
+  for (const std::string content : {"no library", ""}) {
+    unlink(kPath);
+    if (!content.empty()) WriteFile(kPath, content);
+    EXPECT_EQ(TAVOHADlInit(), -1);
+    EXPECT_EQ(TAVOHAIsHybridDL(nullptr, nullptr), -1);
+    EXPECT_THAT(log_.Take(), ElementsAre(failed, failed, Unresolved("TAVOHAIsHybrid")));
+    ExpectCount(0);
+  }
+
+  unlink("/tmp/.ha.running");
+  WriteFile("/tmp/.ha.not.running", "");
+  function = &log_;
+  EXPECT_EQ(TAVOHADlInit(), -2);
+  EXPECT_EQ(TAVOHADlGetFP("TAVOHAIsHybrid", &function), -2);
+  EXPECT_EQ(function, &log_);
+  EXPECT_EQ(TAVOHAIsHybridDL(nullptr, nullptr), -1);
+  ExpectCount(0);
+  EXPECT_THAT(log_.Take(), IsEmpty());
+}
+
+TEST_F(Bridge, RepairsACountThatDoesNotFitTheHandle) {
+  const std::string negative = "gHADLHandleRef < 0.";
+  EXPECT_EQ(TAVOHADlInit(), 0);
+  gHADLHandleRef = -1;
+  EXPECT_EQ(TAVOHADlInit(), 0);
+  ExpectCount(1);
+  gHADLHandleRef = -7;
+  TAVOHADlClose();
+  ExpectCount(0);
+  gHADLHandleRef = -1;
+  TAVOHADlClose();
+  ExpectCount(0);
+  EXPECT_EQ(TAVOHADlInit(), 0);
+  gHADLHandleRef = 0;
+  TAVOHADlClose();
+  ExpectCount(0);
+  EXPECT_THAT(
+      log_.Take(),
+      ElementsAre(Logged("ERROR", "ha_dl_init", negative), Logged("ERROR", "ha_dl_close", negative),
+                  Logged("ERROR", "ha_dl_close", negative),
+                  Logged("ERROR", "ha_dl_close", "gHADLHandleRef == 0 but gHADLHandle exists.")));
+}
+
+}  // namespace
