@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <functional>
-#include <source_location>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -75,8 +74,8 @@ class Cluster : public testing::Test {
   // command lines, without the tool's directory and the most frequent ones in the short forms
   // below; lines of the cluster's control as "LEVEL body".
   void Expect(int result, int expected, const Story& done, const Story& logged = "",
-              std::source_location at = std::source_location::current()) {
-    const testing::ScopedTrace trace(at.file_name(), static_cast<int>(at.line()), "checked");
+              int line = __builtin_LINE(), const char* file = __builtin_FILE()) {
+    const testing::ScopedTrace trace(file, line, "checked");
     EXPECT_EQ(result, expected);
     EXPECT_EQ(Done(), done);
     EXPECT_EQ(Logged(), logged);

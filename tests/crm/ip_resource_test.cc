@@ -1,3 +1,7 @@
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
 #include <csignal>
 
 #include "tests/crm/cluster.h"
@@ -58,6 +62,23 @@ TEST_F(IPResource, TheAgentSeesOneVariableAlone) {
   const ToolCall run = TakeToolCalls().back();
   EXPECT_THAT(run.environment, testing::ElementsAre(testing::Pair("OCF_ROOT", "/lib/ocf")));
   EXPECT_THAT(run.arguments, testing::ElementsAre(kAgent, "stop"));
+}
+
+TEST_F(IPResource, AnAgentForWhichThereIsNoProcessIsReportedAsSuch) {
+  chmod("/dev/log", 0666);
+  at_pause = [] {};
+  const pid_t child = fork();
+  if (child == 0) {
+    const rlimit no_process = {0, 0};
+    setrlimit(RLIMIT_NPROC, &no_process);
+    _exit(setuid(65534) == 0 ? -HACrmRestartIP() : 2);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "needs a second user";
+  EXPECT_EQ(WEXITSTATUS(status), 1);
+  EXPECT_THAT(Logged(), testing::EndsWith("ERROR Failed to fork process: Resource temporarily "
+                                          "unavailable; ERROR Failed to stop ip"));
 }
 
 TEST_F(IPResource, CleaningUpGoesThroughEveryTargetAndWaitsForNoneThatIsClean) {

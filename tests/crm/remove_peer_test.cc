@@ -18,7 +18,7 @@ class RemovePeer : public Cluster {
   // Expects what leads to the result, and the removal of the rules behind it; with no known peer,
   // of those that do not need its name.
   void ExpectRemoval(const Story& text, int result, const Story& done, const Story& logged,
-                     bool known = true, std::source_location at = std::source_location::current()) {
+                     bool known = true, int line = __builtin_LINE()) {
     std::vector<Story> removed = {done},
                        lines = {"WARN HAUnbindRemote", logged, "NOTICE crm remove constraint: 2"};
     for (const Story rule : {"RULE_SYNC_DONE", "RULE_SPACE_SYNC", "RULE_SERV_FAIL", "RULE_MEMSIZE",
@@ -28,7 +28,7 @@ class RemovePeer : public Cluster {
       lines.push_back(removable ? "INFO Remove constraint " + rule
                                 : "ERROR Failed to get host name of node type 2");
     }
-    Expect(HACrmRemoveRemote(text.c_str()), result, Then(removed), Then(lines), at);
+    Expect(HACrmRemoveRemote(text.c_str()), result, Then(removed), Then(lines), line);
   }
 
   const Story message = "crm_node --node nas-b --mesg 'UNBIND  now please'";
