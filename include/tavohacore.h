@@ -1,6 +1,7 @@
 // The public interface of libtavohacore.so.6: everything, in one include.
 //
-// Calls are short and synchronous, keep no state in memory, and never throw, print or exit. What
+// Calls are synchronous and short, but for the few that say how long they wait. They keep almost no
+// state in memory, and never throw, print or exit. What
 // goes wrong is reported by the result, and, as each function says, in the system log and in the
 // platform's error record. Functions under plain names are for C and C++; the others are C++ only,
 // because their names carry their parameter types.

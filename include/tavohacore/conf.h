@@ -68,7 +68,8 @@ extern "C" {
 // bytes, cut to size - 1 characters and terminated. (HA_CONF_HA_SN_CUSTOM with a size of exactly
 // 31 fills all 31 bytes, without a terminator when the value is that long.) Returns 0, or -1 when
 // an argument is bad, the key is missing or its value has 1024 characters or more; all but a
-// missing key are logged as ERROR. Copies a value found only in ha.conf to the mirror file.
+// missing key are logged as ERROR. Copies a value found only in ha.conf to the mirror file. Each
+// write of a file waits for up to 30 seconds for other writers in its directory.
 TAVOHA_EXPORT int TAVOHAGetConf(enum HA_CONF_TYPE type, int index, char* buffer, int size);
 
 // Writes the value of `type` (and `index`) to ha.conf and then to the mirror file. Returns 0, or
@@ -76,7 +77,8 @@ TAVOHA_EXPORT int TAVOHAGetConf(enum HA_CONF_TYPE type, int index, char* buffer,
 TAVOHA_EXPORT int TAVOHASetConf(enum HA_CONF_TYPE type, int index, const char* value);
 
 // Reads one attribute (HA_CONF_IF_ATTR_NAME to HA_CONF_IF_ATTR_ENABLED) of the cluster address
-// configured for interface `ifname`, for example "eth0" or "ovs_bond1". Results as TAVOHAGetConf.
+// configured for interface `ifname`, for example "eth0" or "ovs_bond1". Results as TAVOHAGetConf;
+// an interface of unknown kind is not logged, and records 0xD900.
 TAVOHA_EXPORT int TAVOHAGetConfByIF(int attribute, const char* ifname, char* buffer, int size);
 
 // Returns 0 when this node is the one recorded as "host0", 1 when it is the other, -1 with a

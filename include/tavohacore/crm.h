@@ -3,10 +3,10 @@
 // peer.
 //
 // Everything is done with the cluster manager's tools, each run to its end before the call returns.
-// Nothing is cached. Whether a change was made is told by asking the cluster, never by a tool's
-// exit status; such a change is issued up to five times, 3 seconds apart, and one that is never
-// confirmed is logged as ERROR. Changes marked "locked" hold the lock HA_LOCK_CRM_OPERATION; where
-// that cannot be had within 10 seconds, which is logged as ERROR, they go on without it.
+// Nothing is cached. Changes marked "locked" are confirmed by asking the cluster, never by a tool's
+// exit status: each is issued up to five times, 3 seconds apart, and one that is never confirmed is
+// logged as ERROR. They hold the lock HA_LOCK_CRM_OPERATION; where that cannot be had within 10
+// seconds, which is logged as ERROR, they go on without it.
 #ifndef TAVOHACORE_CRM_H_
 #define TAVOHACORE_CRM_H_
 
@@ -63,7 +63,7 @@ TAVOHA_EXPORT int HACrmHasConstraintOnNode(_tag_NODE_TYPE_ node, CRM_CONSTRAINT_
 TAVOHA_EXPORT int HACrmHasAnyConstraintOnNode(_tag_NODE_TYPE_ node);
 
 // Removes the rules of all types, one after another, each as HACrmSetConstraintOnNode does. Returns
-// 0. Can take 2 minutes and a half when the cluster does not answer.
+// 0. Can take 2 minutes and a half when the cluster keeps the rules or the lock is busy.
 TAVOHA_EXPORT int HACrmRemoveConstraint(_tag_NODE_TYPE_ node);
 
 // ---- Nodes --------------------------------------------------------------------------------------
@@ -109,15 +109,15 @@ TAVOHA_EXPORT int HACrmRestartIP();
 
 // Removes what manual interventions leave in the configuration: the standby and preference rules of
 // DUMMY_START, the target roles of INFO_SET, CONF_SYNC, CHECKPOINT_LAST and DRBD, and the managed
-// flag of DRBD; locked. Returns 0. Can take 90 seconds when the cluster does not answer.
+// flag of DRBD; locked. Returns 0. Can take 90 seconds when the cluster keeps them.
 TAVOHA_EXPORT int HACrmCleanState();
 
 // ---- The configuration as a whole ---------------------------------------------------------------
 
-// Erases the cluster's configuration with "/usr/bin/crm" and waits up to 32 seconds, for the last
-// resource to go; running out of them is logged as ERROR. With `full` of 1 both nodes are put on
-// standby before and again after it, and everything else that the cluster manager keeps is erased
-// as well. Returns 0.
+// Erases the cluster's configuration with "/usr/bin/crm" and waits up to 32 seconds for the last
+// resource to go; resources that remain are logged as ERROR. With `full` of 1 both nodes are put on
+// standby before and again after it, each time for up to 10 minutes a node, and everything else
+// that the cluster manager keeps is erased as well. Returns 0.
 TAVOHA_EXPORT int HACrmConfReset(BOOL full);
 
 // Resets the configuration with HACrmConfReset(full) and loads the default one, with up to three

@@ -121,7 +121,8 @@ TAVOHA_EXPORT std::string GetLocalHostname();
 
 // Writes the kernel's host name, cut at its first ".", into `name` (64 bytes), under the
 // platform's host-name lock. Returns 1 when there is one, 0 for an empty one, -1 on failure with
-// error record 0x0D00 (null buffer), 0x0400 (lock not had) or 0x8100 (name not read).
+// error record 0x0D00 (null buffer), 0x0400 (lock not had) or 0x8100 (name not read). The lock may
+// be waited for five seconds.
 TAVOHA_EXPORT int HATAVOLnxGetHostname(char* name);
 
 // Returns the kind of the interface, a value of HA_IF_TYPE. A null name records 0x0D00.

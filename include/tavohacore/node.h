@@ -20,7 +20,7 @@ enum _tag_NODE_STATUS_ TAVOHA_HELD_IN_INT {
 
 // What a node does in the pair: where the resource chain from DUMMY_START to DUMMY_END runs.
 enum NODE_ROLE_TYPE TAVOHA_HELD_IN_INT {
-  NODE_ROLE_NONE = 0,            // not online and nothing else, or not known
+  NODE_ROLE_NONE = 0,            // HA does not run, or the node is not plainly online
   NODE_ROLE_ACTIVE = 1,          // the whole chain has started here
   NODE_ROLE_PASSIVE = 2,         // every master/slave set runs here, and neither end of the chain
   NODE_ROLE_NOT_READY = 3,       // neither end of the chain, and not every master/slave set

@@ -71,6 +71,7 @@ bool ReadEntry(const Entry& entry, char* value) {
       HAConfFileGetValue(conf::kMirrorFile, entry.key, value)) {
     return true;
   }
+  memset(value, 0, kValueSize);  // of what a mirrored value too long for it left there
   if (!HAConfFileGetValue(conf::kConfFile, entry.key, value)) return false;
   if (mirrored && TAVLIBFileSetKeyValue(conf::kMirrorFile, entry.key, value, nullptr) == -1) {
     HA_LOG(ERROR, "Failed to set key");

@@ -116,7 +116,7 @@ constexpr auto kPrimitiveCount = std::ranges::count_if(
 // file, FIFO or link that another user planted would let him see or change what the cluster loads.
 class ScriptFile {
  public:
-  ScriptFile() { unlink(kScriptPath); }
+  ScriptFile() = default;
   ~ScriptFile() { unlink(kScriptPath); }
   ScriptFile(const ScriptFile&) = delete;
   ScriptFile& operator=(const ScriptFile&) = delete;
@@ -124,8 +124,10 @@ class ScriptFile {
   // Writes the file. Returns false with a logged ERROR when it cannot be opened. A script that is
   // not written whole is not reported: loading it will not give every resource.
   bool Write() {
-    const platform::UniqueFd file =
-        platform::SafeOpen(kScriptPath, O_WRONLY | O_CREAT | O_EXCL, 0644);
+    platform::UniqueFd file;
+    if (unlink(kScriptPath) == 0 || errno == ENOENT) {
+      file = platform::SafeOpen(kScriptPath, O_WRONLY | O_CREAT | O_EXCL, 0644);
+    }
     if (!file) {
       HA_LOG(ERROR, "Failed to fopen %s: %s", kScriptPath, strerror(errno));
       return false;

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -140,7 +141,9 @@ int CrmGetNodeList(NameSet* out) {
     // "33685161 nodeB member": id, name, state.
     const auto member_of_line = [&](const char* line) -> std::string_view {
       TAVLIBSzListRemoveAll(fields.get());
-      if (TAVLIBStrSep(line, " ", fields.address()) != 3) return {};
+      const int count = TAVLIBStrSep(line, " ", fields.address());
+      if (count < 0) throw std::bad_alloc();  // a listing without this line would not be whole
+      if (count != 3) return {};
       const char* name = TAVLIBSzListGet(fields.get(), 1);
       const char* state = TAVLIBSzListGet(fields.get(), 2);
       if (name == nullptr || state == nullptr || strcmp(state, "lost") == 0) return {};

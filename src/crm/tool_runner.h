@@ -30,9 +30,9 @@ bool CrmHasTargetRole(const char* resource);
 bool CrmHasLocationConstraint(const char* constraint);
 
 // Makes a change that can be checked: runs `command` (the tool's path first, a null pointer last)
-// and asks `check` about `name`, up to five
-// times and 3 seconds apart, until the answer is `expected`. Returns 1, or 0 with a logged ERROR.
-// Only the answers count, not how the command ended.
+// and asks `check` about `name`, up to five times and 3 seconds apart, until the answer is
+// `expected`. Returns 1, or 0 with a logged ERROR. Only the answers count, not how the command
+// ended.
 int CrmExecUntil(const char* name, bool (*check)(const char*), bool expected,
                  const char* const command[]);
 

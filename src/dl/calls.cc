@@ -35,14 +35,14 @@ int TAVOHAIsHybridDL(void* first, void* second) {
   const frame::PriorityBoost boost;
   const FullLibraryFunction<int(void*, void*)> is_hybrid("TAVOHAIsHybrid");
   if (!is_hybrid) return -1;
-  return frame::Contain(-1, [&] { return is_hybrid(first, second); });
+  return frame::ContainForeign(-1, [&] { return is_hybrid(first, second); });
 }
 
 void TAVOHAGetOverviewStatusDL(void* first, int second) {
   const frame::PriorityBoost boost;
   const FullLibraryFunction<void(void*, int)> get_overview_status("HAGetOverviewStatus");
   if (!get_overview_status) return;
-  frame::Contain(0, [&] {
+  frame::ContainForeign(0, [&] {
     get_overview_status(first, second);
     return 0;
   });
@@ -52,5 +52,5 @@ int TAVOHAUpgradeHandleDL(int argument) {
   const frame::PriorityBoost boost;
   const FullLibraryFunction<int(int)> upgrade_handle("TAVOHAUpgradeHandle");
   if (!upgrade_handle) return -1;
-  return frame::Contain(-1, [&] { return upgrade_handle(argument); });
+  return frame::ContainForeign(-1, [&] { return upgrade_handle(argument); });
 }

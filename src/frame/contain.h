@@ -2,6 +2,8 @@
 #ifndef FRAME_CONTAIN_H_
 #define FRAME_CONTAIN_H_
 
+#include <cxxabi.h>
+
 #include <exception>
 
 namespace frame {
@@ -14,6 +16,18 @@ Result Contain(Result failure, Work&& work) {
   try {
     return work();
   } catch (const std::exception&) {
+    return failure;
+  }
+}
+
+// The same for work that calls code of others, who may throw anything.
+template <typename Result, typename Work>
+Result ContainForeign(Result failure, Work&& work) {
+  try {
+    return work();
+  } catch (const abi::__forced_unwind&) {
+    throw;
+  } catch (...) {
     return failure;
   }
 }

@@ -4,33 +4,27 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 
 #include "frame/log.h"
+#include "platform/safe_open.h"
 
 namespace frame {
 
-FileRewrite::~FileRewrite() {
-  stream_.reset();
-  if (temporary_[0] != '\0') {
-    const platform::ErrnoKeeper keeper;
-    unlink(temporary_);
-  }
-}
+FileRewrite::FileRewrite(const char* path)
+    : path_(path), name_(path_.substr(path_.rfind('/') + 1)) {}
 
 int FileRewrite::Open() {
-  if (HASnprintf(temporary_, sizeof temporary_, "%s.XXXXXX", path_) == -1) {
-    temporary_[0] = '\0';
+  char directory[4096];
+  const std::string_view parent = path_.substr(0, path_.size() - name_.size());
+  if (HASnprintf(directory, sizeof directory, "%.*s.", static_cast<int>(parent.size()),
+                 parent.data()) == -1) {
     return kErrorOpenTemporary;
   }
-  platform::UniqueFd file(mkostemp(temporary_, O_CLOEXEC));
-  if (!file) {
-    temporary_[0] = '\0';
-    return kErrorOpenTemporary;
-  }
-  stream_.reset(fdopen(file.get(), "w"));
+  directory_ = platform::SafeOpen(directory, O_PATH | O_DIRECTORY);
+  if (!directory_ || !temporary_.Create(directory_.get(), name_, 0600)) return kErrorOpenTemporary;
+  stream_.reset(fdopen(temporary_.file().get(), "w"));
   if (!stream_) return kErrorOpenTemporary;
-  file.release();
+  temporary_.file().release();
   return 0;
 }
 
@@ -54,9 +48,7 @@ int FileRewrite::Commit() {
   // The data must be on the disk before the name is: a crash leaves the old text or the new.
   if (fflush(stream_.get()) != 0 || fsync(fileno(stream_.get())) != 0) return kErrorWrite;
   if (fclose(stream_.release()) != 0) return kErrorWrite;
-  if (rename(temporary_, path_) != 0) return kErrorRename;
-  temporary_[0] = '\0';
-  return 0;
+  return temporary_.MoveTo(name_.data()) ? 0 : kErrorRename;
 }
 
 }  // namespace frame

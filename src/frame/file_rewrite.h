@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/handles.h"
+#include "platform/temporary_file.h"
 
 namespace frame {
 
@@ -16,8 +17,7 @@ namespace frame {
 class FileRewrite {
  public:
   // `path` must outlive the rewrite.
-  explicit FileRewrite(const char* path) : path_(path) {}
-  ~FileRewrite();
+  explicit FileRewrite(const char* path);
   FileRewrite(const FileRewrite&) = delete;
   FileRewrite& operator=(const FileRewrite&) = delete;
 
@@ -28,8 +28,10 @@ class FileRewrite {
   int Commit();
 
  private:
-  const char* path_;
-  char temporary_[4096] = "";
+  const std::string_view path_;
+  const std::string_view name_;  // the last part of the path
+  platform::UniqueFd directory_;
+  platform::TemporaryFile temporary_;  // in the directory, and so gone before that is closed
   platform::UniqueStream stream_;
 };
 

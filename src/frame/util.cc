@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdarg>
@@ -32,7 +33,12 @@ constexpr InterfacePrefix kInterfacePrefixes[] = {
 
 platform::UniqueStream OpenSavedHostName() {
   for (const char* path : kSavedHostNames) {
-    if (FILE* file = fopen(path, "re")) return platform::UniqueStream(file);
+    // Not blocking: a FIFO that somebody put there must not keep us waiting.
+    platform::UniqueFd file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!file) continue;
+    platform::UniqueStream stream(fdopen(file.get(), "r"));
+    if (stream) file.release();
+    return stream;
   }
   return nullptr;
 }

@@ -16,21 +16,38 @@ namespace platform {
 
 inline bool IsBelowTmp(const char* path) { return strncmp(path, "/tmp/", 5) == 0; }
 
-// Opens like open(2), close-on-exec, and never ends on a terminal of ours. Below /tmp no link on
-// the way is followed (ELOOP): whoever can write there must not choose which file we write.
-inline UniqueFd SafeOpen(const char* path, int flags, mode_t mode = 0) {
-  flags |= O_CLOEXEC | O_NOCTTY;
-  if (!IsBelowTmp(path)) return UniqueFd(RetryOnSignal([&] { return open(path, flags, mode); }));
-
+// Opens `path` below the open directory `base` (or AT_FDCWD) without following any link on the way.
+// Returns -1 with errno, ELOOP for a link.
+inline int OpenWithoutLinks(int base, const char* path, int flags, mode_t mode) {
   open_how how{};
   how.flags = static_cast<unsigned>(flags);
   how.mode = (flags & O_CREAT) != 0 ? mode : 0;
   how.resolve = RESOLVE_NO_SYMLINKS;
-  const long fd =
-      RetryOnSignal([&] { return syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how); });
-  if (fd != -1 || errno != ENOSYS) return UniqueFd(static_cast<int>(fd));
-  // Kernels before 5.6: guard at least the last step, which is where plain names are planted.
-  return UniqueFd(RetryOnSignal([&] { return open(path, flags | O_NOFOLLOW, mode); }));
+  const long fd = RetryOnSignal([&] { return syscall(SYS_openat2, base, path, &how, sizeof how); });
+  if (fd != -1 || (errno != ENOSYS && errno != EPERM)) return static_cast<int>(fd);
+  // Kernels before 5.6, and sandboxes that do not know the call: guard at least the last step,
+  // which is where plain names are planted.
+  return RetryOnSignal([&] { return openat(base, path, flags | O_NOFOLLOW, mode); });
+}
+
+// Opens like open(2), close-on-exec, and never ends on a terminal of ours. Below /tmp no link on
+// the way is followed (ELOOP): whoever can write there must not choose which file we write. /tmp
+// itself may be a link, which only the machine's owner can have made.
+inline UniqueFd SafeOpen(const char* path, int flags, mode_t mode = 0) {
+  flags |= O_CLOEXEC;
+  if ((flags & O_PATH) == 0) flags |= O_NOCTTY;  // openat2 takes no flag that means nothing
+  if (!IsBelowTmp(path)) return UniqueFd(RetryOnSignal([&] { return open(path, flags, mode); }));
+  UniqueFd file(OpenWithoutLinks(AT_FDCWD, path, flags, mode));
+  if (file || errno != ELOOP) return file;
+  char target[1];
+  if (readlink("/tmp", target, sizeof target) == -1) {
+    errno = ELOOP;
+    return file;
+  }
+  const UniqueFd tmp(open("/tmp", O_PATH | O_DIRECTORY | O_CLOEXEC));
+  const char* const rest = path + strlen("/tmp/");
+  if (tmp) file.reset(OpenWithoutLinks(tmp.get(), *rest != '\0' ? rest : ".", flags, mode));
+  return file;
 }
 
 }  // namespace platform

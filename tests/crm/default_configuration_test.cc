@@ -87,8 +87,9 @@ TEST_F(DefaultConfiguration, TheToolGetsTheWholeScriptAndNobodyElseAHandOnIt) {
   }
   mkdir(kScript, 0755);
   EXPECT_EQ(HACrmConfInit(0), -1);
-  EXPECT_THAT(Logged(), testing::EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: File exists; "
-                                          "ERROR Failed to prepare default conf"));
+  EXPECT_THAT(Logged(),
+              testing::EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: Is a directory; "
+                                "ERROR Failed to prepare default conf"));
 }
 
 }  // namespace

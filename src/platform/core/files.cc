@@ -101,7 +101,7 @@ int TAVLIBFileExist(const char* path) {
     TAVLIB_RECORD(kErrorBadParameter);
     return 0;
   }
-  return access(path, F_OK) == 0 ? 1 : 0;
+  return faccessat(AT_FDCWD, path, F_OK, AT_EACCESS) == 0 ? 1 : 0;
 }
 
 int TAVLIBFileTouch(const char* path) {

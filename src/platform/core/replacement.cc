@@ -2,14 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <climits>
-#include <cstdio>
 
 #include "platform/core/bounded_wait.h"
 #include "platform/core/record.h"
@@ -45,23 +43,10 @@ std::string FollowLinks(std::string path) {
   return path;
 }
 
-bool RandomSuffix(char (&suffix)[6]) {
-  constexpr std::string_view kLetters =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-  unsigned char random[sizeof suffix];
-  if (platform::RetryOnSignal([&] { return getrandom(random, sizeof random, 0); }) !=
-      sizeof random) {
-    return false;
-  }
-  for (size_t i = 0; i < sizeof suffix; ++i) suffix[i] = kLetters[random[i] % kLetters.size()];
-  return true;
-}
-
 }  // namespace
 
 Replacement::~Replacement() {
   const platform::ErrnoKeeper keeper;
-  if (!temporary_.empty()) unlinkat(directory_.get(), temporary_.c_str(), 0);
   // Released by name, not just by closing: a process that the host forked meanwhile may still have
   // the descriptor.
   if (locked_) flock(directory_.get(), LOCK_UN);
@@ -73,10 +58,9 @@ int Replacement::Open(const char* path) {
   below_tmp_ = platform::IsBelowTmp(target.c_str());
   if (const int error = OpenDirectory(DirectoryOf(target)); error != 0) return error;
   if (const int error = OpenOld(); error != 0) return error;
-  if (!old_) return CreateTemporary(0644);
-  // Closed to others until it has its owner.
-  if (const int error = CreateTemporary(0600); error != 0) return error;
-  return KeepOwnerAndPermissions();
+  // In the place of another file, it is closed to others until it has that one's owner.
+  if (!new_.Create(directory_.get(), name_, old_ ? 0600 : 0644)) return kErrorOpen;
+  return old_ ? KeepOwnerAndPermissions() : 0;
 }
 
 int Replacement::OpenDirectory(const std::string& path) {
@@ -94,32 +78,14 @@ int Replacement::OpenOld() {
   return errno == ENOENT || (errno == ELOOP && below_tmp_) ? 0 : kErrorOpen;
 }
 
-int Replacement::CreateTemporary(mode_t mode) {
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-  constexpr int kAttempts = 100;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    char suffix[6];
-    if (!RandomSuffix(suffix)) return kErrorOpen;
-    std::string temporary = name_ + '.' + std::string(suffix, sizeof suffix);
-    new_ = platform::UniqueFd(platform::RetryOnSignal(
-        [&] { return openat(directory_.get(), temporary.c_str(), kFlags, mode); }));
-    if (new_) {
-      temporary_ = std::move(temporary);
-      return 0;
-    }
-    if (errno != EEXIST) break;
-  }
-  return kErrorOpen;
-}
-
 int Replacement::KeepOwnerAndPermissions() {
   struct stat old {};
   if (fstat(old_.get(), &old) != 0) return kErrorRead;
   // Only a file can be replaced by one.
   if (!S_ISREG(old.st_mode)) return kErrorOpen;
   // The owner first: changing it takes the set-id bits away.
-  if (fchown(new_.get(), old.st_uid, old.st_gid) != 0) return kErrorOpen;
-  return fchmod(new_.get(), old.st_mode & 07777) == 0 ? 0 : kErrorOpen;
+  if (fchown(new_.file().get(), old.st_uid, old.st_gid) != 0) return kErrorOpen;
+  return fchmod(new_.file().get(), old.st_mode & 07777) == 0 ? 0 : kErrorOpen;
 }
 
 int Replacement::Write(std::string_view text) {
@@ -131,7 +97,7 @@ int Replacement::Flush() {
   std::string_view rest = pending_;
   while (!rest.empty()) {
     const ssize_t written =
-        platform::RetryOnSignal([&] { return write(new_.get(), rest.data(), rest.size()); });
+        platform::RetryOnSignal([&] { return write(new_.file().get(), rest.data(), rest.size()); });
     if (written <= 0) return kErrorWrite;
     rest.remove_prefix(static_cast<size_t>(written));
   }
@@ -142,11 +108,8 @@ int Replacement::Flush() {
 int Replacement::Commit() {
   if (const int error = Flush(); error != 0) return error;
   // The data must be on the disk before the name is: a crash leaves the old text or the new.
-  if (fsync(new_.get()) != 0) return kErrorWrite;
-  if (renameat(directory_.get(), temporary_.c_str(), directory_.get(), name_.c_str()) != 0) {
-    return kErrorRename;
-  }
-  temporary_.clear();
+  if (fsync(new_.file().get()) != 0) return kErrorWrite;
+  if (!new_.MoveTo(name_.c_str())) return kErrorRename;
   // Some file systems cannot sync a directory; there the rename is as safe as it gets.
   return fsync(directory_.get()) == 0 || errno == EINVAL ? 0 : kErrorWrite;
 }

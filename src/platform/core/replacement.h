@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/handles.h"
+#include "platform/temporary_file.h"
 
 namespace tavocore {
 
@@ -33,18 +34,16 @@ class Replacement {
  private:
   int OpenDirectory(const std::string& path);
   int OpenOld();
-  int CreateTemporary(mode_t mode);
   int KeepOwnerAndPermissions();
   int Flush();
 
   std::string name_;
-  std::string temporary_;  // empty while there is none
-  std::string pending_;    // written, but not yet handed to the system
+  std::string pending_;  // written, but not yet handed to the system
   bool locked_ = false;
   bool below_tmp_ = false;
   platform::UniqueFd directory_;
   platform::UniqueFd old_;
-  platform::UniqueFd new_;
+  platform::TemporaryFile new_;  // in the directory, and so gone before that is closed
 };
 
 }  // namespace tavocore
