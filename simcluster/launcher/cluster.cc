@@ -26,9 +26,9 @@
 #include "simcluster/cib/resources.h"
 #include "simcluster/launcher/node_files.h"
 #include "simcluster/launcher/node_keeper.h"
+#include "simcluster/messages/messages.h"
 #include "simcluster/placement/settle.h"
 #include "simcluster/state/cluster_state.h"
-#include "simcluster/tools/messages.h"
 
 namespace simcluster {
 namespace {
@@ -181,7 +181,7 @@ std::string Cluster::Messages(const NodeName& node) const {
   std::error_code none;
   for (const auto& entry :
        fs::directory_iterator(SpoolPath(SharedDirectory(), node.host_name), none)) {
-    files.insert(entry.path());
+    if (entry.path().filename() != "handler") files.insert(entry.path());
   }
   std::string text;
   for (const fs::path& file : files) {
@@ -227,6 +227,14 @@ void Cluster::SetSlowness(int seconds) const {
   ClusterState::Change(SharedDirectory(),
                        [&](ClusterState* state) { state->slow_seconds = seconds; });
   Settle();
+}
+
+void Cluster::SetLogFault(const std::string& fault) const {
+  ClusterState::Change(SharedDirectory(), [&](ClusterState* state) { state->log_fault = fault; });
+}
+
+void Cluster::SetSyncFault(const std::string& fault) const {
+  ClusterState::Change(SharedDirectory(), [&](ClusterState* state) { state->sync_fault = fault; });
 }
 
 void Cluster::Settle() const {

@@ -21,8 +21,10 @@ struct NodeName {
   std::string selector;   // host0
   std::string host_name;  // nas-a
   std::string id;
+  std::string address;
 };
-inline const NodeName kNodes[] = {{"host0", "nas-a", "16907945"}, {"host1", "nas-b", "33685161"}};
+inline const NodeName kNodes[] = {{"host0", "nas-a", "16907945", "192.0.2.10"},
+                                  {"host1", "nas-b", "33685161", "192.0.2.11"}};
 
 // Every operation throws std::runtime_error with a message for the user when it cannot do its work.
 class Cluster {
@@ -59,6 +61,9 @@ class Cluster {
   void FailOperation(const NodeName& node, const std::string& resource) const;
   // Makes the cluster take that long from a change to what follows from it.
   void SetSlowness(int seconds) const;
+  // What the nodes' handlers do with log requests, and their sync daemons with commands.
+  void SetLogFault(const std::string& fault) const;
+  void SetSyncFault(const std::string& fault) const;
 
   std::string SharedDirectory() const { return directory_ + "/cluster"; }
   std::string NodeDirectory(const NodeName& node) const { return directory_ + "/" + node.selector; }

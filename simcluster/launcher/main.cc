@@ -29,6 +29,8 @@ void PrintStatus(const Cluster& cluster) {
   for (const auto& [tool, fault] : state.faults) {
     if (fault != "none") printf("fault  %s  %s\n", tool.c_str(), fault.c_str());
   }
+  if (state.log_fault != "none") printf("fault  log  %s\n", state.log_fault.c_str());
+  if (state.sync_fault != "none") printf("fault  sync  %s\n", state.sync_fault.c_str());
   if (state.slow_seconds > 0) printf("fault  slow  %d s\n", state.slow_seconds);
 }
 
@@ -105,6 +107,11 @@ int Main(int argc, char** argv) {
       order->add_subcommand("slow", "Make the cluster take that long for each transition");
   slow_fault->add_option("seconds", seconds)->required()->check(CLI::Range(0, 86400));
 
+  CLI::App* log_fault = order->add_subcommand("log", "Make the nodes answer log requests wrongly");
+  log_fault->add_option("fault", fault)->required()->check(IsOneOf(kLogFaults));
+  CLI::App* sync_fault = order->add_subcommand("sync", "Make the sync daemons answer wrongly");
+  sync_fault->add_option("fault", fault)->required()->check(IsOneOf(kSyncFaults));
+
   try {
     app.parse(WordsOf(argc, argv));
   } catch (const CLI::ParseError& error) {
@@ -120,6 +127,8 @@ int Main(int argc, char** argv) {
   if (*messages) fputs(cluster.Messages(Cluster::FindNode(node)).c_str(), stdout);
   if (*cib) fputs(cluster.InformationBase().c_str(), stdout);
   if (*operation_fault) cluster.FailOperation(Cluster::FindNode(node), resource);
+  if (*log_fault) cluster.SetLogFault(fault);
+  if (*sync_fault) cluster.SetSyncFault(fault);
   if (*slow_fault) cluster.SetSlowness(seconds);
   if (*shell) RunShell(cluster, Cluster::FindNode(node));
   if (*node_fault) cluster.SetNodeCondition(Cluster::FindNode(node), condition);

@@ -24,12 +24,12 @@ ip1="192.0.2.11"
 ha_sn="SIM0001"
 ha_model="SimNAS"
 ha_hostname="nas"
-ha_if_main="eth0"
+ha_if_main="ovs_eth0"
 is_hybrid="false"
 model0="SimNAS"
 model1="SimNAS"
 lan_num="2"
-ha_if0="eth0"
+ha_if0="ovs_eth0"
 ha_ip0="192.0.2.100"
 ha_netmask0="255.255.255.0"
 ha_if_enabled0="true"
@@ -45,7 +45,16 @@ constexpr NodeFile kFiles[] = {
     {"/etc.defaults/tavoinfo.conf", "support_ha=\"yes\"\nupnpmodelname=\"SimNAS\"\n"},
     {"/etc/tavoinfo.conf", "runha=\"yes\"\n"},
     {"/tmp/.ha.running", ""},
+    {"/var/lib/ha/lsyncd/status", "running:true\nsynced:true\n"},
+    {"/var/lib/ha/lsyncd/events", "/etc/passwd:modified\n/etc/group:modified\n"},
+    {"/var/lib/ha/lsyncd/abandoned", "/etc/motd:no such file\n"},
 };
+
+void Write(const fs::path& path, const std::string& content) {
+  fs::create_directories(path.parent_path());
+  std::ofstream file(path);
+  if (!(file << content << std::flush)) throw std::runtime_error("cannot write " + path.string());
+}
 
 // A link that takes the place of what is there.
 void Link(const fs::path& target, const fs::path& link) {
@@ -65,12 +74,9 @@ void PlaceTool(const std::string& shared_directory, const std::string& tool, boo
   }
 }
 
-void WriteNodeFiles(const std::string& host) {
+void WriteNodeFiles(const NodeName& node) {
   for (const auto& [path, content] : kFiles) {
-    fs::create_directories(fs::path(path).parent_path());
-    std::ofstream file(path);
-    if (!(file << content << std::flush))
-      throw std::runtime_error("cannot write " + std::string(path));
+    Write(path, content);
   }
   for (const ClusterTool& tool : kClusterTools) {
     Link(fs::path(kSharedDirectory) / "tools" / tool.name, fs::path(tool.directory) / tool.name);
@@ -78,8 +84,13 @@ void WriteNodeFiles(const std::string& host) {
   for (const fs::path library : {SIMCLUSTER_TAVOCORE, SIMCLUSTER_TAVOHACORE}) {
     Link(library, "/usr/lib" / library.filename());
   }
+  for (const NodeName& other : kNodes) {
+    const bool is_own = other.host_name == node.host_name;
+    Write(is_own ? "/var/lib/ha/ip.local" : "/var/lib/ha/ip.remote", other.address + "\n");
+  }
+  Link(SIMCLUSTER_FULL_LIBRARY, "/lib/libtavoha.so");
   // There while the node is active, wherever that was noticed.
-  Link(ActiveMarkerPath(kSharedDirectory, host), "/tmp/ha_role_active");
+  Link(ActiveMarkerPath(kSharedDirectory, node.host_name), "/tmp/ha_role_active");
   Link(SIMCLUSTER_TAVOHACTL, "/usr/bin/tavohactl");
 }
 

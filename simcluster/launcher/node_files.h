@@ -5,15 +5,17 @@
 
 #include <string>
 
+#include "simcluster/launcher/cluster.h"
+
 namespace simcluster {
 
 // Makes the links in the shared directory through which the nodes' tools are reached, so that one
 // can go missing on both nodes at once. Throws std::runtime_error.
 void PlaceTool(const std::string& shared_directory, const std::string& tool, bool there);
 
-// Writes the files of the node with that host name into the root that the calling process is in.
+// Writes the files of the node into the root that the calling process is in.
 // Throws std::runtime_error.
-void WriteNodeFiles(const std::string& host);
+void WriteNodeFiles(const NodeName& node);
 
 }  // namespace simcluster
 

@@ -4,10 +4,12 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,9 +18,13 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <stdexcept>
 
+#include "simcluster/daemons/node_agent.h"
+#include "simcluster/daemons/sync_daemon.h"
 #include "simcluster/launcher/node_files.h"
+#include "simcluster/network/interface.h"
 #include "simcluster/root/private_root.h"
 #include "simcluster/state/cluster_state.h"
 
@@ -26,6 +32,7 @@ namespace simcluster {
 namespace {
 
 constexpr char kReady[] = "ready\n";
+constexpr char kDataPort[] = "ovs_eth0";
 constexpr const char* kDaemons[] = {"corosync", "pacemaker"};
 
 [[noreturn]] void Throw(const std::string& what) {
@@ -61,6 +68,61 @@ void StartDaemon(const std::string& name) {
   if (!(file << daemon << '\n' << std::flush)) Throw("cannot write " + path);
 }
 
+// Starts a process that does something, and waits until it is ready to. One that ends later leaves
+// the node without it, and says why in the node's log.
+void StartWorker(const char* name, const std::function<void(std::function<void()> ready)>& work) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) Throw("cannot make a pipe");
+  const Descriptor told(ends[0]);
+  Descriptor tell(ends[1]);
+  const pid_t worker = fork();
+  if (worker < 0) Throw("cannot fork");
+  if (worker == 0) {
+    prctl(PR_SET_NAME, name);
+    try {
+      // Nothing of the keeper's, or it would seem to live on.
+      close_range(0, static_cast<unsigned>(tell.get()) - 1, 0);
+      close_range(static_cast<unsigned>(tell.get()) + 1, ~0U, 0);
+      work([&] {
+        Report(tell, kReady);
+        tell.Close();
+      });
+    } catch (const std::exception& error) {
+      Report(tell, error.what());
+      syslog(LOG_ERR, "%s: %s", name, error.what());
+    }
+    _exit(1);
+  }
+  tell.Close();
+  char report[256] = {};
+  if (read(told.get(), report, sizeof report - 1) <= 0 || strcmp(report, kReady) != 0) {
+    throw std::runtime_error(std::string(name) + ": " + report);
+  }
+}
+
+// The kernel's serial numbers. Nothing can be added to the kernel's own directory, so these stand
+// before it.
+void AddSerialNumbers() {
+  constexpr char kDirectory[] = "/proc/sys/kernel";
+  if (mount("kernel", kDirectory, "tmpfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, "mode=0755") != 0) {
+    Throw(std::string("cannot mount on ") + kDirectory);
+  }
+  for (const char* name : {"tavo_serial", "tavo_custom_serial"}) {
+    std::ofstream file(std::string(kDirectory) + "/" + name);
+    if (!(file << (name[5] == 's' ? "SIM0001" : "CUSTOM0001") << '\n' << std::flush)) {
+      Throw(std::string("cannot write ") + name);
+    }
+  }
+}
+
+// The data port. A machine that lets nobody have a tap device leaves the node without it, which is
+// worth a word in the node's log.
+void AddInterfaces(const NodeName& node) {
+  Error error = AddInterface(kDataPort);
+  if (error.empty()) error = SetAddress(kDataPort, node.address, "255.255.255.0");
+  if (!error.empty()) syslog(LOG_WARNING, "%s", error.c_str());
+}
+
 Descriptor BindLogSocket() {
   Descriptor socket_fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const sockaddr_un address = {AF_UNIX, "/dev/log"};
@@ -89,16 +151,20 @@ Descriptor BindLogSocket() {
 // The life of a keeper. `held` is its own file, locked.
 void Keep(const Cluster& cluster, const NodeName& node, Descriptor* starter) {
   prctl(PR_SET_NAME, "simcluster-node");
-  signal(SIGCHLD, SIG_IGN);  // orphans are reaped by the kernel
   const Descriptor log =
       OpenOrThrow(cluster.NodeDirectory(node) + "/log", O_WRONLY | O_CREAT | O_APPEND);
   ThrowIfFailed(BuildRoot({.host_name = node.host_name,
                            .visible = {SIMCLUSTER_BUILD_DIRECTORY},
                            .visible_at = {{kSharedDirectory, cluster.SharedDirectory()}},
                            .own_processes = true}));
-  WriteNodeFiles(node.host_name);
+  WriteNodeFiles(node);
+  AddSerialNumbers();
   const Descriptor messages = BindLogSocket();
+  AddInterfaces(node);
+  signal(SIGCHLD, SIG_IGN);  // orphans are reaped by the kernel
   for (const char* daemon : kDaemons) StartDaemon(daemon);
+  StartWorker("ha-agent", [&](const auto& ready) { RunNodeAgent(node.host_name, ready); });
+  StartWorker("lsyncd", [](const auto& ready) { RunSyncDaemon(ready); });
   Report(*starter, kReady);
   starter->Close();
   KeepLog(messages, log);

@@ -68,4 +68,15 @@ Error SetAddress(const std::string& name, const std::string& address, const std:
   return {};
 }
 
+Error RemoveAddress(const std::string& name) {
+  const Descriptor any_socket(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  ifreq request = Request(name);
+  request.ifr_flags = 0;
+  if (any_socket && (ioctl(any_socket.get(), SIOCSIFFLAGS, &request) == 0 ||
+                     errno == EADDRNOTAVAIL || errno == ENODEV)) {
+    return {};
+  }
+  return Failure("take the address of " + name);
+}
+
 }  // namespace simcluster

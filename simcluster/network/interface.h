@@ -18,6 +18,9 @@ namespace simcluster {
 [[nodiscard]] Error SetAddress(const std::string& name, const std::string& address,
                                const std::string& netmask);
 
+// Takes the address of the alias `name` away. One that has none is left as it is.
+[[nodiscard]] Error RemoveAddress(const std::string& name);
+
 }  // namespace simcluster
 
 #endif  // SIMCLUSTER_NETWORK_INTERFACE_H_

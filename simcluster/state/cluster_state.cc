@@ -18,7 +18,8 @@ namespace simcluster {
 
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState::Node, name, id, condition, leaving, is_listed,
                                    has_runtime_object)
-NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState, nodes, faults, slow_seconds, messages_sent)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState, nodes, faults, log_fault, sync_fault, slow_seconds,
+                                   messages_sent)
 
 namespace {
 

@@ -51,6 +51,11 @@ inline constexpr ClusterTool kClusterTools[] = {
 // the others are acted out by the tool itself.
 inline constexpr const char* kToolFaults[] = {"none", "fail", "kill", "hangup", "noise", "missing"};
 
+// What the nodes' handlers can do wrong about log requests (answer that they failed, or not at
+// all), and their sync daemons about commands (not answer, stop within a line, answer in noise).
+inline constexpr const char* kLogFaults[] = {"none", "fail", "silent"};
+inline constexpr const char* kSyncFaults[] = {"none", "stall", "cut", "noise"};
+
 struct ClusterState {
   struct Node {
     std::string name;  // its host name
@@ -65,9 +70,10 @@ struct ClusterState {
 
     const NodeCondition& Condition() const;
   };
-  std::vector<Node> nodes;                    // host0, host1
+  std::vector<Node> nodes;                      // host0, host1
   std::map<std::string, std::string> faults{};  // of tools, by the tool's name
-  int slow_seconds = 0;                       // what the cluster takes for a transition
+  std::string log_fault = "none", sync_fault = "none";
+  int slow_seconds = 0;  // what the cluster takes for a transition
   int messages_sent = 0;
 
   // Null when there is no such node.

@@ -1,5 +1,7 @@
+#include <unistd.h>
+
+#include "simcluster/messages/messages.h"
 #include "simcluster/tools/command_line.h"
-#include "simcluster/tools/messages.h"
 
 namespace simcluster {
 namespace {
@@ -40,6 +42,11 @@ std::string SendMessage(const Session& session, const Arguments& values) {
     throw Failure(kExitFailed, "no such member: " + values[0]);
   }
   Deliver(values[0], values[1]);
+  // The answer too, where there is one, so that the sender need not wait for it.
+  char own_host[65] = {};
+  gethostname(own_host, sizeof own_host - 1);
+  WaitUntilHandled(values[0]);
+  WaitUntilHandled(own_host);
   return {};
 }
 

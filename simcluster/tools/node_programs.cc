@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "simcluster/network/cluster_address.h"
 #include "simcluster/root/descriptor.h"
 #include "simcluster/state/cluster_state.h"
 #include "simcluster/tools/command_line.h"
@@ -45,7 +46,13 @@ Outcome NoteStartOrStop(const std::string& program, const Arguments& arguments) 
 
 }  // namespace
 
-Outcome IpAgent(const Arguments& arguments) { return NoteStartOrStop("IPaddr2", arguments); }
+Outcome IpAgent(const Arguments& arguments) {
+  Outcome outcome = NoteStartOrStop("IPaddr2", arguments);
+  if (outcome.status != 0) return outcome;
+  outcome.error = arguments[0] == "start" ? StartClusterAddresses() : StopClusterAddresses();
+  outcome.status = outcome.error.empty() ? 0 : kExitFailed;
+  return outcome;
+}
 
 Outcome ControlScript(const Arguments& arguments) { return NoteStartOrStop("rc.ha", arguments); }
 

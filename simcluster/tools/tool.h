@@ -23,7 +23,8 @@ Outcome Crm(const Arguments& arguments);
 Outcome CrmMon(const Arguments& arguments);
 Outcome CrmNode(const Arguments& arguments);
 Outcome CrmResource(const Arguments& arguments);
-// The appliance's own: they only note in the node's journal that they ran.
+// The appliance's own. Both note in the node's journal that they ran; the agent of the cluster's
+// addresses brings them up or down, the control script does no more.
 Outcome IpAgent(const Arguments& arguments);
 Outcome ControlScript(const Arguments& arguments);
 

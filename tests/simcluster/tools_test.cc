@@ -135,6 +135,13 @@ TEST_F(Tools, RemoveANodeOnlyAfterItLeft) {
       {"crm node delete nas-b", 1, "crm: node nas-b is not offline\n"},
       {"crm_node -R 2 --force", 1, "crm_node: nas-b is a member\n"},
       {"crm_node --node nas-b --mesg 'UNBIND  now'", 0, ""},
+  });
+  // As the node's agent does then.
+  ClusterState::Change(kSharedDirectory, [](ClusterState* state) {
+    state->Find("nas-b")->condition = "offline";
+    state->Find("nas-b")->leaving = true;
+  });
+  Follow({
       {"crm_mon -1 -S", 0, "nas-a: ONLINE\nnas-b: OFFLINE\n"},
       {"crm_node --list", 0, "1 nas-a member\n2 nas-b member\n"},
       {"crm_node --list", 0, "1 nas-a member\n2 nas-b lost\n"},
@@ -174,8 +181,8 @@ TEST_F(Tools, RefuseWhatTheyDoNotKnow) {
   for (const char* command :
        {"cibadmin --query --xpath '//node['", "cibadmin --create -X '<configuration'",
         "cibadmin --create -X '<configuration><resources/></configuration>'",
-        "cibadmin --create -X '<configuration><constraints><rsc_location id=\"R\"/></constraints>"
-        "</configuration>'",
+        "cibadmin --create -X '<configuration><constraints><x "
+        "id=\"R\"/></constraints></configuration>'",
         "cibadmin --delete --xpath /cib", "cibadmin --modify --xml-text '<cib epoch=\"7\"/>'"}) {
     EXPECT_THAT(Run(command, &status), HasSubstr("cibadmin: ")) << command;
     EXPECT_EQ(status, 22) << command;
