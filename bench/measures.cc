@@ -25,7 +25,7 @@ class Collector : public benchmark::BenchmarkReporter {
         failed_ = true;
       } else if (run.run_type == Run::RT_Iteration) {
         times_[NameOf(run)].push_back(run.real_accumulated_time /
-                                                     static_cast<double>(run.iterations));
+                                      static_cast<double>(run.iterations));
       }
     }
   }
