@@ -46,7 +46,7 @@ class TwoNodeCluster : public testing::Test {
   std::string Do(const std::string& arguments) const { return Shell(Command(arguments)); }
   std::string CallCommand(const std::string& node, const std::string& operation) const {
     return Command("run " + node +
-                   " env LD_PRELOAD=" VIRTUAL_TIME_LIBRARY
+                   " env ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" VIRTUAL_TIME_LIBRARY
                    " VIRTUAL_TIME_LOG=/run/simcluster/pauses " DRIVE_PROGRAM " " +
                    operation);
   }
