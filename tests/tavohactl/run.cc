@@ -9,10 +9,18 @@
 
 namespace test_support {
 
-Outcome Tavohactl(const std::string& command_line) {
-  const int status =
-      system((TAVOHACTL_PROGRAM " " + command_line + " </dev/null >/run/out 2>/run/err").c_str());
+Outcome Tavohactl(const std::string& command_line, const std::string& before) {
+  const int status = system(("exec </dev/null >/run/out 2>/run/err\n" + before +
+                             "\n" TAVOHACTL_PROGRAM " " + command_line)
+                                .c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile("/run/out"), ReadFile("/run/err")};
+}
+
+Outcome TavohactlAtTerminal(const std::string& command_line, const std::string& typed) {
+  const int status = system(("printf '" + typed + "' | script -qec '" TAVOHACTL_PROGRAM " " +
+                             command_line + "' /dev/null >/run/out")
+                                .c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadFile("/run/out"), ""};
 }
 
 void StartHa() {

@@ -12,8 +12,12 @@ struct Outcome {
   std::string error;
 };
 
-// `command_line` is what a shell is given behind "tavohactl".
-Outcome Tavohactl(const std::string& command_line);
+// `command_line` is what a shell is given behind "tavohactl", after `before`, which runs first in
+// the same shell.
+Outcome Tavohactl(const std::string& command_line, const std::string& before = "");
+
+// The same at a terminal, on which `typed` is typed. Output and error come together.
+Outcome TavohactlAtTerminal(const std::string& command_line, const std::string& typed);
 
 // Makes this root one on which HA and both cluster daemons run, as nas-a (host0) beside nas-b.
 void StartHa();

@@ -16,16 +16,30 @@ TEST(CtlStatus, ShowsBothNodesAsTheClusterSeesThem) {
   StartHa();
   ScriptedTool crm_mon("/usr/bin/crm_mon");
   crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: OFFLINE STANDBY\n"}});
+  ScriptedTool crm_resource("/usr/bin/crm_resource"), cibadmin("/usr/bin/cibadmin");
+  crm_resource.Answer({{}});
+  // Of the questions for rules, those about nas-b and any rule, RULE_MEMSIZE and RULE_SB get a yes.
+  cibadmin.AnswerTo({"--query", "--local", "--xpath", "*"}, {{.exit_status = 1}, {}});
+  for (const char* rule : {"RULE_MEMSIZE", "RULE_SB_nas-b"}) {
+    const std::string path =
+        "//rsc_location[@id=\"" + std::string(rule) + "\" and @node=\"nas-b\"]";
+    cibadmin.AnswerTo({"--query", "--xpath", path}, {{}});
+  }
+  cibadmin.Answer({{.exit_status = 1}});
   const Outcome outcome = Tavohactl("status --json");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(json::parse(outcome.output), json::parse(R"({
-    "this_host": "nas-a", "running": true, "active": false, "safe_mode": false, "upgrading": false,
-    "corosync_alive": true, "pacemaker_alive": true,
-    "nodes": [{"node": "host0", "host_name": "nas-a", "status": "online", "local": true},
-              {"node": "host1", "host_name": "nas-b", "status": "warning_offline", "local": false}]
+    "this_host": "nas-a", "cluster": "warning", "running": true, "active": false,
+    "safe_mode": false, "upgrading": false, "corosync_alive": true, "pacemaker_alive": true,
+    "nodes": [{"node": "host0", "host_name": "nas-a", "local": true,
+               "status": "online", "role": "not_ready", "rules": []},
+              {"node": "host1", "host_name": "nas-b", "local": false,
+               "status": "warning_offline", "role": "none", "rules": ["memsize", "sb"]}]
   })"));
+  cibadmin.AnswerTo({"--query", "--local", "--xpath", "*"}, {{.exit_status = 1}, {}});
   EXPECT_EQ(Tavohactl("status").output,
             "this host:        nas-a\n"
+            "cluster:          warning\n"
             "running:          yes\n"
             "active:           no\n"
             "safe mode:        no\n"
@@ -33,9 +47,9 @@ TEST(CtlStatus, ShowsBothNodesAsTheClusterSeesThem) {
             "corosync alive:   yes\n"
             "pacemaker alive:  yes\n"
             "\n"
-            "NODE   HOST NAME  STATUS           LOCAL\n"
-            "host0  nas-a      online           yes\n"
-            "host1  nas-b      warning_offline  no\n");
+            "NODE   HOST NAME  LOCAL  STATUS           ROLE       RULES\n"
+            "host0  nas-a      yes    online           not_ready  -\n"
+            "host1  nas-b      no     warning_offline  none       memsize, sb\n");
 }
 
 TEST(CtlStatus, EachMarkerShowsInItsOwnLine) {

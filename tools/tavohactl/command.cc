@@ -8,6 +8,10 @@ Failure LibraryFailure(const std::string& what) {
   return Failure(what + "; see the system log, lines with [HA-ERROR]");
 }
 
+Answer YesOrNo(const std::string& name, bool yes) {
+  return {.record = {{name, yes}}, .text = yes ? "yes" : "no", .yes = yes};
+}
+
 CLI::App* CommandTree::AddGroup(const std::string& name, const std::string& description,
                                 const std::string& examples) const {
   CLI::App* group = root_->add_subcommand(name, description);
@@ -27,7 +31,8 @@ CLI::App* CommandTree::AddCommand(CLI::App* group, const std::string& name,
 
 std::string Text(const CLI::App& arguments, const std::string& name) {
   const CLI::Option* option = arguments[name];
-  return option->empty() ? std::string() : option->as<std::string>();
+  if (option->empty() && option->get_default_str().empty()) return {};
+  return option->as<std::string>();
 }
 
 }  // namespace tavohactl

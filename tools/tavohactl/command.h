@@ -34,6 +34,9 @@ struct WrongUse : std::runtime_error {
 // The failure of a call of the library, which tells the system log why.
 Failure LibraryFailure(const std::string& what);
 
+// An answer of one value, which is also the exit status.
+Answer YesOrNo(const std::string& name, bool yes);
+
 // A command, given its parsed command line.
 using Command = std::function<Answer(const CLI::App&)>;
 
@@ -56,12 +59,23 @@ class CommandTree {
   std::function<Answer()> met_;
 };
 
-// The text of an argument; empty when it is absent.
+// The text of an argument, or its default; empty when it has neither.
 std::string Text(const CLI::App& arguments, const std::string& name);
 
 // Each adds the commands of one file.
-void AddStatus(CommandTree* tree);
+void AddCluster(CommandTree* tree);
 void AddConf(CommandTree* tree);
+void AddConfRecord(CommandTree* tree, CLI::App* conf);
+void AddHost(CommandTree* tree);
+void AddInterface(CommandTree* tree);
+void AddIp(CommandTree* tree);
+void AddNode(CommandTree* tree);
+void AddPeer(CommandTree* tree);
+void AddResource(CommandTree* tree);
+void AddRule(CommandTree* tree);
+void AddSpace(CommandTree* tree);
+void AddStatus(CommandTree* tree);
+void AddSync(CommandTree* tree);
 
 }  // namespace tavohactl
 

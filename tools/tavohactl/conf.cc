@@ -73,7 +73,8 @@ void AddConf(CommandTree* tree) {
                      "  tavohactl conf get host0          one value\n"
                      "  tavohactl conf get ip_remote      the peer's copy of ip0 and ip1\n"
                      "  tavohactl conf get mac0_ 3        the same as mac0_3\n"
-                     "  tavohactl conf set ha_ip 0 10.1.1.5\n");
+                     "  tavohactl conf set ha_ip 0 10.1.1.5\n"
+                     "  tavohactl conf export > record.json; tavohactl conf import record.json\n");
   CLI::App* get = tree->AddCommand(conf, "get", "Print a value", ConfGet);
   get->add_option("KEY", "As \"tavohactl conf keys\" lists them")->required();
   get->add_option("INDEX", "0 to 11, for a key that has one");
@@ -85,6 +86,7 @@ void AddConf(CommandTree* tree) {
 
   tree->AddCommand(conf, "list", "Print every value that is set", ConfList);
   tree->AddCommand(conf, "keys", "List the keys that there are", ConfKeys);
+  AddConfRecord(tree, conf);
 }
 
 }  // namespace tavohactl

@@ -71,6 +71,15 @@ std::string Unknown(std::string_view name) {
                      Suggestion(name, names));
 }
 
+}  // namespace
+
+std::span<const ConfName> ConfNames() { return kConfNames; }
+
+ConfKey MakeConfKey(const ConfName& row, int index) {
+  if (!IsIndexed(row.type)) return {std::string(row.name), row.type, 0};
+  return {fmt::format("{}{}", row.name, index), row.type, index};
+}
+
 int ParseIndex(std::string_view name, std::string_view text) {
   int index = -1;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
@@ -80,15 +89,6 @@ int ParseIndex(std::string_view name, std::string_view text) {
                                HA_CONF_MAX_INDEX - 1));
   }
   return index;
-}
-
-}  // namespace
-
-std::span<const ConfName> ConfNames() { return kConfNames; }
-
-ConfKey MakeConfKey(const ConfName& row, int index) {
-  if (!IsIndexed(row.type)) return {std::string(row.name), row.type, 0};
-  return {fmt::format("{}{}", row.name, index), row.type, index};
 }
 
 ConfKey ParseConfKey(std::string_view name, std::string_view index) {

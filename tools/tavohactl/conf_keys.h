@@ -34,6 +34,9 @@ struct ConfKey {
 // The key of a row of ConfNames() and an index in range.
 ConfKey MakeConfKey(const ConfName& row, int index);
 
+// Understands an index of `name`. Throws WrongUse.
+int ParseIndex(std::string_view name, std::string_view text);
+
 // Understands a name, with its index behind it ("ha_ip3") or apart ("ha_ip", "3"); `index` is empty
 // where there is none. Throws WrongUse.
 ConfKey ParseConfKey(std::string_view name, std::string_view index);

@@ -19,12 +19,13 @@ namespace {
 
 enum ExitStatus { kYes = 0, kNo = 1, kWrongUse = 2 };
 
-// Shows an argument that has a text of its own as that text: one that the parser need not see, but
-// the command does.
+// An argument's own text stands for it in the usage, and behind an option.
 class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_option_opts(const CLI::Option* option) const override {
-    return HasText(option) ? "" : Formatter::make_option_opts(option);
+    if (option->get_positional()) return "";  // the usage shows which are required
+    if (!HasText(option)) return Formatter::make_option_opts(option);
+    return " " + option->get_option_text();
   }
   std::string make_option_usage(const CLI::Option* option) const override {
     return HasText(option) ? option->get_option_text() : Formatter::make_option_usage(option);
@@ -111,10 +112,21 @@ int Main(int argc, char** argv) {
       "\n"
       "Examples:\n"
       "  tavohactl status                  both nodes, and how HA runs on this one\n"
+      "  tavohactl node standby local      hand the service over to the peer\n"
       "  tavohactl conf get host0          one value of ha.conf\n"
       "  tavohactl conf --help             more about a group of commands");
   AddStatus(&tree);
+  AddNode(&tree);
+  AddRule(&tree);
+  AddResource(&tree);
+  AddIp(&tree);
+  AddCluster(&tree);
+  AddPeer(&tree);
+  AddSync(&tree);
+  AddSpace(&tree);
   AddConf(&tree);
+  AddInterface(&tree);
+  AddHost(&tree);
   try {
     root.parse(argc, argv);
   } catch (const CLI::Success& help) {
