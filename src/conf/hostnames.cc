@@ -4,12 +4,12 @@
 #include <cerrno>
 
 #include "frame/boost.h"
+#include "frame/host_name.h"
 #include "frame/log.h"
 
 namespace {
 
 constexpr char kLogModule[] = "conf";
-constexpr unsigned kHostNameSize = 64;
 
 int GetHostName(HA_CONF_TYPE type, char* buffer, unsigned size) {
   if (TAVOHAGetConf(type, 0, buffer, static_cast<int>(size)) != 0) {

@@ -7,12 +7,12 @@
 #include <cstring>
 
 #include "frame/boost.h"
+#include "frame/host_name.h"
 #include "frame/log.h"
 
 namespace {
 
 constexpr char kLogModule[] = "conf";
-constexpr size_t kHostNameSize = 64;
 
 // By conf type.
 constexpr std::array<const char*, conf::kRealTypeCount> kKeys = {

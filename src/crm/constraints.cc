@@ -12,7 +12,6 @@ namespace {
 
 using crm::kArgumentSize;
 using crm::kCibAdmin;
-using crm::kHostNameSize;
 
 constexpr char kLogModule[] = "libcrm";
 

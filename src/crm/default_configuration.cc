@@ -21,7 +21,6 @@ namespace {
 using crm::Budget;
 using crm::kCibAdmin;
 using crm::kCrm;
-using crm::kHostNameSize;
 using crm::WaitUntil;
 using std::chrono::seconds;
 

@@ -18,7 +18,6 @@ using crm::Budget;
 using crm::kArgumentSize;
 using crm::kCibAdmin;
 using crm::kCrm;
-using crm::kHostNameSize;
 using crm::WaitUntil;
 using std::chrono::seconds;
 

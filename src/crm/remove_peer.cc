@@ -20,7 +20,6 @@ using crm::kCibAdmin;
 using crm::kCorosyncObjctl;
 using crm::kCrm;
 using crm::kCrmNode;
-using crm::kHostNameSize;
 using crm::WaitUntil;
 using std::chrono::seconds;
 

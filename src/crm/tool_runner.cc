@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -30,8 +31,8 @@ constexpr Budget kConfirmation{.checks = 5, .pause = std::chrono::seconds(3)};
 constexpr int kExitNothingFound = 234;
 
 // Adds the name, if any, that `name_of` finds in each line of a tool's output (trimmed, and not
-// empty) to `names`. Returns the tool's wait status, or -1 when it could not be started, read or
-// waited for.
+// empty) to `names`. A name may be empty. Returns the tool's wait status, or -1 when it could not
+// be started, read or waited for.
 template <typename NameOf>
 int ReadListing(FILE* stream, NameOf name_of, NameSet* names) {
   platform::ToolOutput tool(stream);
@@ -39,8 +40,8 @@ int ReadListing(FILE* stream, NameOf name_of, NameSet* names) {
   frame::LineReader reader(tool.stream());
   while (reader.Next()) {
     if (TAVLIBStrTrimSpace(reader.text(), 0) < 1) continue;
-    const std::string_view name = name_of(reader.text());
-    if (!name.empty()) names->emplace(name);
+    const std::optional<std::string_view> name = name_of(reader.text());
+    if (name) names->emplace(*name);
   }
   const int status = tool.Close();
   return reader.failed() ? -1 : status;
@@ -57,16 +58,17 @@ int ResourceToolCount(int wait_status, NameSet* names) {
   return static_cast<int>(names->size());
 }
 
-// "resource IP is running on: nodeA Master" names nodeA.
-std::string_view NodeOfLocation(std::string_view line) {
+// "resource IP is running on: nodeA Master" names nodeA. Where something else than a blank and a
+// name follows the first colon, the resource still runs, on a node that has no name.
+std::optional<std::string_view> NodeOfLocation(std::string_view line) {
   const size_t colon = line.find(':');
-  if (colon == line.npos || colon + 1 == line.size()) return {};
+  if (colon == line.npos || colon + 1 == line.size()) return std::nullopt;
   const std::string_view node = line.substr(colon + 2);
   return node.substr(0, node.find(' '));
 }
 
 // "PING_SERVER_:1", a clone's instance, names PING_SERVER_.
-std::string_view ResourceOfListing(std::string_view line) {
+std::optional<std::string_view> ResourceOfListing(std::string_view line) {
   return line.substr(0, line.rfind(':'));
 }
 
@@ -139,14 +141,16 @@ int CrmGetNodeList(NameSet* out) {
     platform::SzList fields;
     if (!fields) return -1;
     // "33685161 nodeB member": id, name, state.
-    const auto member_of_line = [&](const char* line) -> std::string_view {
+    const auto member_of_line = [&](const char* line) -> std::optional<std::string_view> {
       TAVLIBSzListRemoveAll(fields.get());
       const int count = TAVLIBStrSep(line, " ", fields.address());
       if (count < 0) throw std::bad_alloc();  // a listing without this line would not be whole
-      if (count != 3) return {};
+      if (count != 3) return std::nullopt;
       const char* name = TAVLIBSzListGet(fields.get(), 1);
       const char* state = TAVLIBSzListGet(fields.get(), 2);
-      if (name == nullptr || state == nullptr || strcmp(state, "lost") == 0) return {};
+      if (name == nullptr || state == nullptr || strcmp(state, "lost") == 0) {
+        return std::nullopt;
+      }
       return name;
     };
     NameSet names;

@@ -7,6 +7,8 @@
 #include <set>
 #include <string>
 
+#include "frame/host_name.h"
+
 namespace crm {
 
 // The tools, always run by path.
@@ -16,7 +18,6 @@ inline constexpr char kCrmNode[] = "/usr/bin/crm_node";
 inline constexpr char kCrmResource[] = "/usr/bin/crm_resource";
 inline constexpr char kCorosyncObjctl[] = "/usr/bin/corosync-objctl";
 
-inline constexpr size_t kHostNameSize = 64;
 // Room for a formatted XPath, XML element or other argument.
 inline constexpr size_t kArgumentSize = 1024;
 

@@ -22,15 +22,10 @@ int FileRewrite::Open() {
   }
   directory_ = platform::SafeOpen(directory, O_PATH | O_DIRECTORY);
   if (!directory_ || !temporary_.Create(directory_.get(), name_, 0600)) return kErrorOpenTemporary;
-  stream_.reset(fdopen(temporary_.file().get(), "w"));
-  if (!stream_) return kErrorOpenTemporary;
-  temporary_.file().release();
   return 0;
 }
 
-int FileRewrite::Write(std::string_view text) {
-  return fwrite(text.data(), 1, text.size(), stream_.get()) == text.size() ? 0 : kErrorWrite;
-}
+int FileRewrite::Write(std::string_view text) { return temporary_.Write(text) ? 0 : kErrorWrite; }
 
 int FileRewrite::CopyRest(FILE* source) {
   char block[4096];
@@ -46,8 +41,7 @@ int FileRewrite::CopyRest(FILE* source) {
 
 int FileRewrite::Commit() {
   // The data must be on the disk before the name is: a crash leaves the old text or the new.
-  if (fflush(stream_.get()) != 0 || fsync(fileno(stream_.get())) != 0) return kErrorWrite;
-  if (fclose(stream_.release()) != 0) return kErrorWrite;
+  if (fsync(temporary_.file().get()) != 0) return kErrorWrite;
   return temporary_.MoveTo(name_.data()) ? 0 : kErrorRename;
 }
 

@@ -32,7 +32,6 @@ class FileRewrite {
   const std::string_view name_;  // the last part of the path
   platform::UniqueFd directory_;
   platform::TemporaryFile temporary_;  // in the directory, and so gone before that is closed
-  platform::UniqueStream stream_;
 };
 
 }  // namespace frame

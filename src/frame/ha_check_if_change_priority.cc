@@ -2,7 +2,6 @@
 #include <tavohacore/state.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <string_view>
 
 #include "frame/log.h"

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "frame/host_name.h"
 #include "frame/log.h"
 
 namespace {
@@ -11,7 +12,6 @@ constexpr char kLogModule[] = "ha_net_lnx_get_hostname";
 constexpr int kHostNameLock = 0x100;
 constexpr int kHostNameLockForRead = 0x105;
 constexpr int kHostNameLockSeconds = 5;
-constexpr size_t kHostNameSize = 64;
 
 // Reads the kernel's host name, cut at its first ".". Returns false when it could not be read.
 bool ReadShortHostName(char (&name)[kHostNameSize]) {
@@ -38,6 +38,6 @@ int HATAVOLnxGetHostname(char* name) {
   if (!have_name) HA_RECORD(frame::kErrorHostName);
   TAVLIBFileUnlock(kHostNameLock);
   if (!have_name) return -1;
-  strcpy(name, host);
+  memcpy(name, host, strlen(host) + 1);
   return host[0] != '\0' ? 1 : 0;
 }

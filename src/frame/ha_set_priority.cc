@@ -3,9 +3,6 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstring>
-
 #include "frame/log.h"
 #include "frame/process_priority.h"
 #include "platform/handles.h"

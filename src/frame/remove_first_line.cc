@@ -1,4 +1,4 @@
-#include <cstring>
+#include <cerrno>
 
 #include "frame/contain.h"
 #include "frame/file_rewrite.h"

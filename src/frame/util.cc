@@ -6,13 +6,13 @@
 #include <string_view>
 
 #include "frame/contain.h"
+#include "frame/host_name.h"
 #include "frame/log.h"
 #include "platform/handles.h"
 
 namespace {
 
 constexpr char kLogModule[] = "util";
-constexpr size_t kHostNameSize = 64;
 
 // Where the node's host name is saved when HA is set up, in the order of trying.
 constexpr const char* kSavedHostNames[] = {
@@ -31,22 +31,25 @@ constexpr InterfacePrefix kInterfacePrefixes[] = {
     {"ovs_bond", HA_IF_TYPE_OVS_BOND},
 };
 
-platform::UniqueStream OpenSavedHostName() {
+platform::UniqueFd OpenSavedHostName() {
   for (const char* path : kSavedHostNames) {
     // Not blocking: a FIFO that somebody put there must not keep us waiting.
     platform::UniqueFd file(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!file) continue;
-    platform::UniqueStream stream(fdopen(file.get(), "r"));
-    if (stream) file.release();
-    return stream;
+    if (file) return file;
   }
-  return nullptr;
+  return {};
 }
 
 // Reads the saved name as it stands, its line end included. Returns false when there is none.
 bool ReadSavedHostName(char (&name)[kHostNameSize]) {
-  const platform::UniqueStream file = OpenSavedHostName();
-  return file && fgets(name, sizeof name, file.get()) != nullptr && name[0] != '\0';
+  const platform::UniqueFd file = OpenSavedHostName();
+  const ssize_t length =
+      file ? platform::RetryOnSignal([&] { return read(file.get(), name, sizeof name - 1); }) : 0;
+  if (length <= 0) return false;
+  name[length] = '\0';
+  char* const line_end = strchr(name, '\n');
+  if (line_end != nullptr) line_end[1] = '\0';
+  return name[0] != '\0';
 }
 
 }  // namespace
@@ -75,7 +78,7 @@ int GetLocalHostname(char* name) {
   }
   char saved[kHostNameSize] = {};
   if (ReadSavedHostName(saved)) {
-    strcpy(name, saved);
+    memcpy(name, saved, strlen(saved) + 1);
     return 1;
   }
   const int result = HATAVOLnxGetHostname(name);

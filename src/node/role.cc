@@ -5,12 +5,12 @@
 #include <algorithm>
 
 #include "frame/boost.h"
+#include "frame/host_name.h"
 #include "frame/log.h"
 
 namespace {
 
 constexpr char kLogModule[] = "node";
-constexpr size_t kHostNameSize = 64;
 
 // The master/slave sets: their slave halves are what a passive node runs.
 constexpr const char* kPassiveSets[] = {"CONF_SYNC", "INFO_SET", "CHECKPOINT_LAST", "DRBD"};

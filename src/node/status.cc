@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "frame/contain.h"
+#include "frame/host_name.h"
 #include "frame/line_reader.h"
 #include "frame/log.h"
 #include "platform/handles.h"
@@ -18,7 +19,6 @@ namespace {
 
 constexpr char kLogModule[] = "node";
 constexpr char kStatusTool[] = "/usr/bin/crm_mon";
-constexpr size_t kHostNameSize = 64;
 
 // The words that the status tool prints behind a node's name, one bit each.
 enum NodeFlag : unsigned {

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "frame/file_lock.h"
+#include "frame/host_name.h"
 #include "frame/log.h"
 #include "frame/pause.h"
 #include "platform/handles.h"
@@ -22,7 +23,6 @@ constexpr char kResponseFile[] = "/tmp/ha/ha_tavolog_resp";
 constexpr char kFailureWord[] = "FAIL    ";
 constexpr size_t kWordLength = 8;
 constexpr int kResponseChecks = 12;
-constexpr size_t kHostNameSize = 64;
 
 struct LogRecord {
   const char* host;

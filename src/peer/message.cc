@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kLogModule[] = "ais_msg";
 constexpr char kNodeTool[] = "/usr/bin/crm_node";
-constexpr size_t kHostNameSize = 1024;
+constexpr size_t kPeerNameSize = 1024;
 constexpr size_t kMessageSize = 1024;
 
 using Message = char[kMessageSize];
@@ -58,7 +58,7 @@ int SendAisMsg(void* data, unsigned int length, const char* file) {
     HA_LOG_ERROR_TEXT(EINVAL);
     return -1;
   }
-  char host[kHostNameSize] = {};
+  char host[kPeerNameSize] = {};
   if (TAVOHAGetConf(HA_CONF_HOST_REMOTE, 0, host, sizeof host) < 0) {
     HA_LOG(ERROR, "Failed to get remote host");
     return -1;

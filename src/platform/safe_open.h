@@ -45,9 +45,21 @@ inline UniqueFd SafeOpen(const char* path, int flags, mode_t mode = 0) {
     return file;
   }
   const UniqueFd tmp(open("/tmp", O_PATH | O_DIRECTORY | O_CLOEXEC));
-  const char* const rest = path + strlen("/tmp/");
+  const char* rest = path + strlen("/tmp/");
+  rest += strspn(rest, "/");  // what is left must not name a place below the root
   if (tmp) file.reset(OpenWithoutLinks(tmp.get(), *rest != '\0' ? rest : ".", flags, mode));
   return file;
+}
+
+// Opens a file, creating an empty one when it is missing. In directories like /tmp the kernel may
+// refuse to "create" what another user has created already, so creation is asked for only when
+// there is nothing to open.
+inline UniqueFd SafeOpenOrCreate(const char* path, int flags, mode_t mode) {
+  UniqueFd file = SafeOpen(path, flags);
+  if (file || errno != ENOENT) return file;
+  file = SafeOpen(path, flags | O_CREAT, mode);
+  if (file || errno != EACCES) return file;
+  return SafeOpen(path, flags);
 }
 
 }  // namespace platform

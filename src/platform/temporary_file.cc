@@ -53,6 +53,16 @@ bool TemporaryFile::Create(int directory, std::string_view name, mode_t mode) {
   return false;
 }
 
+bool TemporaryFile::Write(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written =
+        RetryOnSignal([&] { return write(file_.get(), text.data(), text.size()); });
+    if (written <= 0) return false;
+    text.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
+}
+
 bool TemporaryFile::MoveTo(const char* name) {
   if (renameat(directory_, name_, directory_, name) != 0) return false;
   name_[0] = '\0';

@@ -24,7 +24,9 @@ class TemporaryFile {
   // Creates the file, empty, as "NAME.XXXXXX" in `directory`, which must stay open.
   bool Create(int directory, std::string_view name, mode_t mode);
   // The file, open for writing.
-  UniqueFd& file() { return file_; }
+  const UniqueFd& file() const { return file_; }
+  // Appends all of `text`.
+  bool Write(std::string_view text);
   // Moves the file to `name` in its directory.
   bool MoveTo(const char* name);
 

@@ -2,7 +2,6 @@
 #include <tavohacore/state.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "frame/boost.h"
 #include "frame/log.h"

@@ -50,7 +50,7 @@ bool TryLock(int fd) {
 // nobody out, so only one on the file that others will find counts.
 int TakeLock(int& lock) {
   for (int attempt = 1;; ++attempt) {
-    lock = platform::SafeOpen(kLockFile, O_RDWR | O_CREAT, 0660).release();
+    lock = platform::SafeOpenOrCreate(kLockFile, O_RDWR, 0660).release();
     if (lock == -1) return LSYNCD_ERR_LOCK_OPEN;
     if (!TryLock(lock)) return errno == EAGAIN ? LSYNCD_ERR_BUSY : LSYNCD_ERR_LOCK;
     if (IsLockFile(lock)) return 0;
@@ -85,7 +85,8 @@ void WriteByte(int fd, char byte) {
   pthread_sigmask(SIG_BLOCK, &pipe_signal, &mask);
   sigpending(&pending);
   const bool was_pending = sigismember(&pending, SIGPIPE) == 1;
-  if (write(fd, &byte, 1) == -1 && errno == EPIPE && !was_pending) {
+  const ssize_t written = platform::RetryOnSignal([&] { return write(fd, &byte, 1); });
+  if (written == -1 && errno == EPIPE && !was_pending) {
     const timespec at_once{};
     platform::RetryOnSignal([&] { return sigtimedwait(&pipe_signal, nullptr, &at_once); });
   }

@@ -27,17 +27,6 @@ platform::UniqueFd OpenExisting(const char* path) {
   return platform::SafeOpen(path, O_RDONLY | O_NONBLOCK);
 }
 
-// Opens a file, creating an empty one when it is missing. In directories like /tmp the kernel
-// refuses to "create" what another user has created already, so creation is asked for only when
-// there is nothing to open.
-platform::UniqueFd OpenOrCreate(const char* path, mode_t mode) {
-  platform::UniqueFd file = OpenExisting(path);
-  if (file || errno != ENOENT) return file;
-  file = platform::SafeOpen(path, O_RDONLY | O_NONBLOCK | O_CREAT, mode);
-  if (file || errno != EACCES) return file;
-  return OpenExisting(path);
-}
-
 // Reads the start of a small file into `text`; empty when that fails.
 template <size_t kSize>
 std::string_view ReadStart(const char* path, char (&text)[kSize]) {
@@ -109,7 +98,7 @@ int TAVLIBFileTouch(const char* path) {
     TAVLIB_RECORD(kErrorBadParameter);
     return -1;
   }
-  const platform::UniqueFd file = OpenOrCreate(path, 0644);
+  const platform::UniqueFd file = platform::SafeOpenOrCreate(path, O_RDONLY | O_NONBLOCK, 0644);
   if (!file) {
     TAVLIB_RECORD(kErrorOpen);
     return -1;
@@ -141,7 +130,7 @@ int TAVLIBFileLock(int id, int seconds) {
   }
   char path[64];
   snprintf(path, sizeof path, "/tmp/.tavlib.lock.%x", static_cast<unsigned>(lock));
-  platform::UniqueFd file = OpenOrCreate(path, 0666);
+  platform::UniqueFd file = platform::SafeOpenOrCreate(path, O_RDONLY | O_NONBLOCK, 0666);
   if (!file) {
     TAVLIB_RECORD(kErrorOpen);
     return -1;

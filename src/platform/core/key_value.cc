@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/core/entry_line.h"
@@ -111,7 +111,7 @@ class NewLines {
   }
 
   std::vector<Line> lines_;
-  std::unordered_map<std::string_view, size_t> index_;  // keys belong to the caller
+  std::map<std::string_view, size_t> index_;  // keys belong to the caller
 };
 
 // Writes the old file with `in_place_of` applied to each line, then the text that `rest` gives.
@@ -262,7 +262,7 @@ int TAVLIBFileAddSection(const char* path, const char* section, const TAVLIBSZHA
     }
     const int error = Rewrite(
         path, [](std::string_view line) { return line; },
-        [&] { return "[" + std::string(section) + "]\n" + lines.Remaining(); });
+        [&] { return std::string("[").append(section).append("]\n") + lines.Remaining(); });
     return Succeeded(error) ? 1 : -1;
   });
 }

@@ -94,13 +94,7 @@ int Replacement::Write(std::string_view text) {
 }
 
 int Replacement::Flush() {
-  std::string_view rest = pending_;
-  while (!rest.empty()) {
-    const ssize_t written =
-        platform::RetryOnSignal([&] { return write(new_.file().get(), rest.data(), rest.size()); });
-    if (written <= 0) return kErrorWrite;
-    rest.remove_prefix(static_cast<size_t>(written));
-  }
+  if (!new_.Write(pending_)) return kErrorWrite;
   pending_.clear();
   return 0;
 }
