@@ -12,13 +12,10 @@
 #include <stdexcept>
 
 #include "simcluster/root/descriptor.h"
+#include "simcluster/root/system_failure.h"
 
 namespace simcluster {
 namespace {
-
-[[noreturn]] void Throw(const std::string& what) {
-  throw std::runtime_error(what + ": " + strerror(errno));
-}
 
 std::string CibPath(const std::string& directory) { return directory + "/cib.xml"; }
 

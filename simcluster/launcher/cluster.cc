@@ -28,16 +28,13 @@
 #include "simcluster/launcher/node_keeper.h"
 #include "simcluster/messages/messages.h"
 #include "simcluster/placement/settle.h"
+#include "simcluster/root/system_failure.h"
 #include "simcluster/state/cluster_state.h"
 
 namespace simcluster {
 namespace {
 
 namespace fs = std::filesystem;
-
-[[noreturn]] void Throw(const std::string& what) {
-  throw std::runtime_error(what + ": " + strerror(errno));
-}
 
 // Moves the calling process into the keeper's node; the processes that it forks then are in its
 // process namespace too.

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "simcluster/launcher/cluster.h"
+#include "simcluster/launcher/trial.h"
 #include "simcluster/state/cluster_state.h"
 
 namespace simcluster {
@@ -54,13 +55,15 @@ CLI::Validator IsOneOf(const Table& table) {
 }
 
 // The command line, last word first as CLI11 takes it. The "--" that may stand before the command
-// of "run" is left out: to CLI11 it would end the words of "run" itself.
+// of "run" and "try" is left out: to CLI11 it would end the words of "run" itself.
 std::vector<std::string> WordsOf(int argc, char** argv) {
   std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
   size_t at = 0;
   while (at < words.size() && words[at].starts_with('-')) at += words[at] == "--state" ? 2 : 1;
-  if (at + 2 < words.size() && words[at] == "run" && words[at + 2] == "--") {
-    words.erase(words.begin() + static_cast<ptrdiff_t>(at) + 2);
+  const size_t before_command = at + (at < words.size() && words[at] == "run" ? 2 : 1);
+  const bool has_command = at < words.size() && (words[at] == "run" || words[at] == "try");
+  if (has_command && before_command < words.size() && words[before_command] == "--") {
+    words.erase(words.begin() + static_cast<ptrdiff_t>(before_command));
   }
   std::ranges::reverse(words);
   return words;
@@ -75,11 +78,21 @@ int Main(int argc, char** argv) {
       ->envname("SIMCLUSTER_STATE")
       ->capture_default_str();
   app.require_subcommand(1);
+  app.footer(
+      "Examples:\n"
+      "  simcluster try -- ./program       one command: start, run on both nodes, stop\n"
+      "  simcluster start\n"
+      "  simcluster run nas-a -- tavohactl status\n"
+      "  simcluster fault node nas-b offline\n"
+      "  simcluster log nas-a              what the library logged there\n"
+      "  simcluster stop");
 
   CLI::App* start = app.add_subcommand("start", "Start the cluster");
   CLI::App* stop = app.add_subcommand("stop", "End it, leaving nothing behind");
   CLI::App* status = app.add_subcommand("status", "Show the nodes and the ordered faults");
   CLI::App* run = app.add_subcommand("run", "Run a command on a node: run NODE [--] COMMAND...");
+  CLI::App* attempt = app.add_subcommand(
+      "try", "Run a command on both nodes of a cluster in service, for as long as it runs");
   CLI::App* shell = app.add_subcommand("shell", "Open a shell on a node");
   CLI::App* log = app.add_subcommand("log", "Print what a node logged");
   CLI::App* journal =
@@ -89,7 +102,7 @@ int Main(int argc, char** argv) {
   for (CLI::App* on_node : {run, shell, log, journal, messages}) {
     on_node->add_option("node", node, "host0 or nas-a, host1 or nas-b")->required();
   }
-  run->prefix_command();
+  for (CLI::App* with_command : {run, attempt}) with_command->prefix_command();
 
   CLI::App* order = app.add_subcommand("fault", "Order a fault")->require_subcommand(1);
   CLI::App* node_fault = order->add_subcommand("node", "Put a node into a state");
@@ -133,13 +146,13 @@ int Main(int argc, char** argv) {
   if (*shell) RunShell(cluster, Cluster::FindNode(node));
   if (*node_fault) cluster.SetNodeCondition(Cluster::FindNode(node), condition);
   if (*tool_fault) cluster.SetToolFault(tool, fault);
-  if (*run) {
-    if (run->remaining().empty()) {
-      fprintf(stderr, "simcluster: run NODE needs a COMMAND\n");
-      return kExitUsage;
-    }
-    cluster.Run(Cluster::FindNode(node), run->remaining());
+  for (const CLI::App* with_command : {run, attempt}) {
+    if (!*with_command || !with_command->remaining().empty()) continue;
+    fprintf(stderr, "simcluster: %s needs a COMMAND\n", with_command->get_name().c_str());
+    return kExitUsage;
   }
+  if (*run) cluster.Run(Cluster::FindNode(node), run->remaining());
+  if (*attempt) return TryOnBothNodes(attempt->remaining());
   return 0;
 }
 

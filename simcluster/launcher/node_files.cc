@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "simcluster/launcher/parts.h"
 #include "simcluster/placement/settle.h"
 #include "simcluster/state/cluster_state.h"
 
@@ -68,7 +69,7 @@ void Link(const fs::path& target, const fs::path& link) {
 void PlaceTool(const std::string& shared_directory, const std::string& tool, bool there) {
   const fs::path link = fs::path(shared_directory) / "tools" / tool;
   if (there) {
-    Link(SIMCLUSTER_TOOL_PROGRAM, link);
+    Link(Part("cluster_tool"), link);
   } else {
     fs::remove(link);
   }
@@ -81,17 +82,18 @@ void WriteNodeFiles(const NodeName& node) {
   for (const ClusterTool& tool : kClusterTools) {
     Link(fs::path(kSharedDirectory) / "tools" / tool.name, fs::path(tool.directory) / tool.name);
   }
-  for (const fs::path library : {SIMCLUSTER_TAVOCORE, SIMCLUSTER_TAVOHACORE}) {
-    Link(library, "/usr/lib" / library.filename());
-  }
   for (const NodeName& other : kNodes) {
     const bool is_own = other.host_name == node.host_name;
     Write(is_own ? "/var/lib/ha/ip.local" : "/var/lib/ha/ip.remote", other.address + "\n");
   }
-  Link(SIMCLUSTER_FULL_LIBRARY, "/lib/libtavoha.so");
+  Link(Part("libtavoha.so"), "/lib/libtavoha.so");
   // There while the node is active, wherever that was noticed.
   Link(ActiveMarkerPath(kSharedDirectory, node.host_name), "/tmp/ha_role_active");
-  Link(SIMCLUSTER_TAVOHACTL, "/usr/bin/tavohactl");
+  if (TreeIsTheMachines()) return;
+  for (const char* library : {"libtavocore.so.6", "libtavohacore.so.6"}) {
+    Link(Part(library), fs::path("/usr/lib") / library);
+  }
+  Link(Part("tavohactl"), "/usr/bin/tavohactl");
 }
 
 }  // namespace simcluster

@@ -20,12 +20,16 @@
 #include <fstream>
 #include <functional>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 #include "simcluster/daemons/node_agent.h"
 #include "simcluster/daemons/sync_daemon.h"
 #include "simcluster/launcher/node_files.h"
+#include "simcluster/launcher/parts.h"
 #include "simcluster/network/interface.h"
 #include "simcluster/root/private_root.h"
+#include "simcluster/root/system_failure.h"
 #include "simcluster/state/cluster_state.h"
 
 namespace simcluster {
@@ -34,10 +38,6 @@ namespace {
 constexpr char kReady[] = "ready\n";
 constexpr char kDataPort[] = "ovs_eth0";
 constexpr const char* kDaemons[] = {"corosync", "pacemaker"};
-
-[[noreturn]] void Throw(const std::string& what) {
-  throw std::runtime_error(what + ": " + strerror(errno));
-}
 
 void ThrowIfFailed(const Error& error) {
   if (!error.empty()) throw std::runtime_error(error);
@@ -153,8 +153,10 @@ void Keep(const Cluster& cluster, const NodeName& node, Descriptor* starter) {
   prctl(PR_SET_NAME, "simcluster-node");
   const Descriptor log =
       OpenOrThrow(cluster.NodeDirectory(node) + "/log", O_WRONLY | O_CREAT | O_APPEND);
+  std::vector<std::string> visible;
+  if (!TreeIsTheMachines()) visible.push_back(Tree());
   ThrowIfFailed(BuildRoot({.host_name = node.host_name,
-                           .visible = {SIMCLUSTER_BUILD_DIRECTORY},
+                           .visible = std::move(visible),
                            .visible_at = {{kSharedDirectory, cluster.SharedDirectory()}},
                            .own_processes = true}));
   WriteNodeFiles(node);

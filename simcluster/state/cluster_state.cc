@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "simcluster/root/descriptor.h"
+#include "simcluster/root/system_failure.h"
 
 namespace simcluster {
 
@@ -22,10 +23,6 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ClusterState, nodes, faults, log_fault, sync_
                                    messages_sent)
 
 namespace {
-
-[[noreturn]] void Throw(const std::string& what) {
-  throw std::runtime_error(what + ": " + strerror(errno));
-}
 
 std::string StatePath(const std::string& directory) { return directory + "/cluster.json"; }
 

@@ -74,7 +74,7 @@ std::string DeleteLike(const Element& section, const std::string& xml) {
   return {};
 }
 
-std::string DeleteNode(const Session& session, const Arguments& values) {
+std::string DeleteNodeEntry(const Session& session, const Arguments& values) {
   return DeleteLike(session.cib.section("nodes"), values[0]);
 }
 
@@ -106,7 +106,7 @@ Outcome Cibadmin(const Arguments& arguments) {
       {"--query --local --xpath ?", Query},
       {"--create -X ?", Create},
       {"--delete --xpath ?", DeleteSelected},
-      {"--delete --obj_type nodes --crm_xml ?", DeleteNode},
+      {"--delete --obj_type nodes --crm_xml ?", DeleteNodeEntry},
       {"--delete --obj_type status --crm_xml ?", DeleteStatus},
       {"--modify --xml-text ?", Modify},
       {"--erase --force", Erase},
