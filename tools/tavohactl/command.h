@@ -15,10 +15,15 @@ namespace tavohactl {
 // Members stay in the order in which they were added.
 using Json = nlohmann::ordered_json;
 
+// Room for a host name and for any one value of ha.conf, each with its ending NUL.
+inline constexpr int kHostNameSize = 64;
+inline constexpr int kValueSize = 1024;
+
 struct Answer {
   Json record;                        // always an object
   std::optional<std::string> text{};  // for a reader; without it, the record is laid out as text
   bool yes = true;                    // turns into the exit status: 0 for yes and done, 1 for no
+  bool printed = false;               // the command has printed what there was to say
 };
 
 // What was asked could not be done: exit status 1.
@@ -76,6 +81,7 @@ void AddRule(CommandTree* tree);
 void AddSpace(CommandTree* tree);
 void AddStatus(CommandTree* tree);
 void AddSync(CommandTree* tree);
+void AddWatch(CommandTree* tree);
 
 }  // namespace tavohactl
 

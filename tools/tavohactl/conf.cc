@@ -12,8 +12,6 @@
 namespace tavohactl {
 namespace {
 
-constexpr int kValueSize = 1024;
-
 std::optional<std::string> Read(const ConfKey& key) {
   char value[kValueSize] = {};
   if (TAVOHAGetConf(key.type, key.index, value, sizeof value) != 0) return std::nullopt;

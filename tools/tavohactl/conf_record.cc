@@ -87,7 +87,7 @@ void SetText(const Json& value, const Field& field, size_t index, HA_CONF_STRUCT
   }
   char* const place = TextAt(record, field, index);
   memset(place, 0, field.width);
-  memcpy(place, text.data(), text.size());
+  text.copy(place, text.size());
 }
 
 void SetField(const std::string& name, const Json& value, HA_CONF_STRUCT* record) {

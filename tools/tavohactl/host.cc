@@ -11,9 +11,6 @@
 namespace tavohactl {
 namespace {
 
-constexpr int kHostNameSize = 64;
-constexpr int kValueSize = 1024;
-
 Json TextOrNull(bool there, const char* text) { return there ? Json(text) : Json(); }
 
 Answer Hostname(const CLI::App& arguments) {

@@ -5,12 +5,14 @@
 #include <fmt/ranges.h>
 
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "command.h"
+#include "complete.h"
 #include "output.h"
 #include "words.h"
 
@@ -18,6 +20,9 @@ namespace tavohactl {
 namespace {
 
 enum ExitStatus { kYes = 0, kNo = 1, kWrongUse = 2 };
+
+// The shell's completion asks with this as first word; see tavohactl.bash.
+constexpr char kComplete[] = "--complete";
 
 // An argument's own text stands for it in the usage, and behind an option.
 class HelpFormatter : public CLI::Formatter {
@@ -43,7 +48,7 @@ const CLI::App* Deepest(const CLI::App* app) {
 
 // All words that lead to a command: "tavohactl conf get".
 std::string FullName(const CLI::App* app) {
-  const std::string name = app->get_name();
+  const std::string& name = app->get_name();
   return app->get_parent() == nullptr ? name : FullName(app->get_parent()) + " " + name;
 }
 
@@ -86,7 +91,7 @@ void Complain(const std::string& message) { fmt::print(stderr, "tavohactl: {}\n"
 
 int Run(const CommandTree& tree, const CLI::App* at, bool json) try {
   const Answer answer = tree.RunMet();
-  Print(Format(answer, json));
+  if (!answer.printed) Print(Format(answer, json));
   return answer.yes ? kYes : kNo;
 } catch (const WrongUse& error) {
   Complain(error.what());
@@ -112,10 +117,12 @@ int Main(int argc, char** argv) {
       "\n"
       "Examples:\n"
       "  tavohactl status                  both nodes, and how HA runs on this one\n"
+      "  tavohactl watch                   the same on screen, with each change\n"
       "  tavohactl node standby local      hand the service over to the peer\n"
       "  tavohactl conf get host0          one value of ha.conf\n"
       "  tavohactl conf --help             more about a group of commands");
   AddStatus(&tree);
+  AddWatch(&tree);
   AddNode(&tree);
   AddRule(&tree);
   AddResource(&tree);
@@ -127,6 +134,10 @@ int Main(int argc, char** argv) {
   AddConf(&tree);
   AddInterface(&tree);
   AddHost(&tree);
+  if (argc > 1 && strcmp(argv[1], kComplete) == 0) {
+    for (const std::string& word : Completions(root, {argv + 2, argv + argc})) Print(word + "\n");
+    return kYes;
+  }
   try {
     root.parse(argc, argv);
   } catch (const CLI::Success& help) {

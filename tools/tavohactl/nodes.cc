@@ -8,8 +8,6 @@
 namespace tavohactl {
 namespace {
 
-constexpr int kHostNameSize = 64;
-
 constexpr Host kNodeWords[] = {
     {"local", NODE_TYPE_LOCAL},
     {"remote", NODE_TYPE_REMOTE},
@@ -29,6 +27,12 @@ _tag_NODE_TYPE_ Other(_tag_NODE_TYPE_ node, _tag_NODE_TYPE_ on_host0, _tag_NODE_
 }
 
 }  // namespace
+
+std::vector<std::string> NodeWords() {
+  std::vector<std::string> words;
+  for (const Host& row : kNodeWords) words.emplace_back(row.name);
+  return words;
+}
 
 std::optional<_tag_NODE_TYPE_> FindNode(std::string_view word) {
   const auto* found = std::ranges::find(kNodeWords, word, &Host::name);

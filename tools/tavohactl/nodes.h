@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "command.h"
 
@@ -19,6 +20,8 @@ struct Host {
 };
 inline constexpr Host kHosts[] = {{"host0", NODE_TYPE_HOST0}, {"host1", NODE_TYPE_HOST1}};
 
+// The words for a node.
+std::vector<std::string> NodeWords();
 // Understands "local", "remote", "host0" and "host1"; empty where it is none of them.
 std::optional<_tag_NODE_TYPE_> FindNode(std::string_view word);
 // The same for an argument NODE, which stands for `otherwise` where it is absent. Throws WrongUse.

@@ -16,24 +16,6 @@ using Row = std::vector<std::string>;
 
 bool IsControl(char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }
 
-std::string Value(const Json& value) {
-  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  if (value.is_null() || value.empty()) return "-";
-  if (value.is_array()) {
-    std::vector<std::string> parts;
-    for (const Json& part : value) parts.push_back(Value(part));
-    return fmt::format("{}", fmt::join(parts, ", "));
-  }
-  std::string text = value.is_string() ? value.get<std::string>() : value.dump();
-  std::replace_if(text.begin(), text.end(), IsControl, '?');
-  return text.empty() ? "-" : text;
-}
-
-std::string Label(std::string name) {
-  std::replace(name.begin(), name.end(), '_', ' ');
-  return name;
-}
-
 // Columns as wide as their widest cell, two blanks apart; the last one ragged.
 std::string Columns(const std::vector<Row>& rows) {
   std::vector<size_t> widths;
@@ -66,12 +48,30 @@ std::string Table(const Json& records) {
   }
   for (const Json& record : records) {
     Row& row = rows.emplace_back();
-    for (const auto& [name, value] : record.items()) row.push_back(Value(value));
+    for (const auto& [name, value] : record.items()) row.push_back(ValueText(value));
   }
   return Columns(rows);
 }
 
 }  // namespace
+
+std::string ValueText(const Json& value) {
+  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
+  if (value.is_null() || value.empty()) return "-";
+  if (value.is_array()) {
+    std::vector<std::string> parts;
+    for (const Json& part : value) parts.push_back(ValueText(part));
+    return fmt::format("{}", fmt::join(parts, ", "));
+  }
+  std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+  std::replace_if(text.begin(), text.end(), IsControl, '?');
+  return text.empty() ? "-" : text;
+}
+
+std::string Label(std::string name) {
+  std::replace(name.begin(), name.end(), '_', ' ');
+  return name;
+}
 
 std::string Layout(const Json& record) {
   std::vector<Row> lines;
@@ -80,7 +80,7 @@ std::string Layout(const Json& record) {
     if (IsTable(value)) {
       tables += "\n" + Table(value);
     } else {
-      lines.push_back({Label(name) + ":", Value(value)});
+      lines.push_back({Label(name) + ":", ValueText(value)});
     }
   }
   if (lines.empty()) tables.erase(0, 1);

@@ -12,6 +12,10 @@ namespace tavohactl {
 // that is a list of records. Control characters show as "?".
 std::string Layout(const Json& record);
 
+// The text of one value, and the name of a member, as laid out.
+std::string ValueText(const Json& value);
+std::string Label(std::string name);
+
 // Returns what goes to standard output for an answer, its line end included.
 std::string Format(const Answer& answer, bool json);
 

@@ -105,6 +105,12 @@ Answer RuleClear(const CLI::App& arguments) {
 
 }  // namespace
 
+std::vector<std::string> RuleWords() {
+  std::vector<std::string> words;
+  for (const Rule& rule : kRules) words.emplace_back(rule.name);
+  return words;
+}
+
 std::vector<std::string> RulesOn(_tag_NODE_TYPE_ node) {
   std::vector<std::string> words;
   if (HACrmHasAnyConstraintOnNode(node) != 1) return words;

@@ -9,6 +9,9 @@
 
 namespace tavohactl {
 
+// The words for the rules that there are.
+std::vector<std::string> RuleWords();
+
 // The words for the rules that stand for a node, one of host0 and host1.
 std::vector<std::string> RulesOn(_tag_NODE_TYPE_ node);
 

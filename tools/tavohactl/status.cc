@@ -1,4 +1,6 @@
 // tavohactl status and role: how both nodes stand.
+#include "status.h"
+
 #include <tavohacore.h>
 
 #include <string>
@@ -16,7 +18,17 @@ const char* ClusterWord() {
   return words[HAStatusGet()];
 }
 
-Answer Status(const CLI::App&) {
+Answer Status(const CLI::App&) { return {.record = StatusRecord()}; }
+
+Answer Role(const CLI::App& arguments) {
+  const _tag_NODE_TYPE_ node = NodeArgument(arguments);
+  const char* role = RoleWord(node);
+  return {.record = {{"host_name", HostName(node)}, {"role", role}}, .text = role};
+}
+
+}  // namespace
+
+Json StatusRecord() {
   const std::string here = GetLocalHostname();
   const bool cluster_runs = ClusterRuns();
   Json nodes = Json::array();
@@ -34,24 +46,16 @@ Answer Status(const CLI::App&) {
                      {"role", RoleWord(node)},
                      {"rules", cluster_runs ? RulesOn(node) : std::vector<std::string>()}});
   }
-  return {.record = {{"this_host", here},
-                     {"cluster", ClusterWord()},
-                     {"running", TAVOHAIsRunning() == 1},
-                     {"active", TAVOHAIsActive() == 1},
-                     {"safe_mode", TAVOHAIsSafemode() == 1},
-                     {"upgrading", HAIsUpgrading() == 1},
-                     {"corosync_alive", CrsyncIsRunning()},
-                     {"pacemaker_alive", PcmkIsRunning() == 1},
-                     {"nodes", nodes}}};
+  return {{"this_host", here},
+          {"cluster", ClusterWord()},
+          {"running", TAVOHAIsRunning() == 1},
+          {"active", TAVOHAIsActive() == 1},
+          {"safe_mode", TAVOHAIsSafemode() == 1},
+          {"upgrading", HAIsUpgrading() == 1},
+          {"corosync_alive", CrsyncIsRunning()},
+          {"pacemaker_alive", PcmkIsRunning() == 1},
+          {"nodes", nodes}};
 }
-
-Answer Role(const CLI::App& arguments) {
-  const _tag_NODE_TYPE_ node = NodeArgument(arguments);
-  const char* role = RoleWord(node);
-  return {.record = {{"host_name", HostName(node)}, {"role", role}}, .text = role};
-}
-
-}  // namespace
 
 void AddStatus(CommandTree* tree) {
   tree->AddCommand(tree->root(), "status", "Show both nodes, and how HA runs on this one", Status)

@@ -1,4 +1,6 @@
 // tavohactl sync: the file-synchronisation daemon.
+#include "sync.h"
+
 #include <fmt/format.h>
 #include <tavohacore.h>
 
@@ -37,16 +39,7 @@ void ThrowUnlessDone(int code) {
                                                : fmt::format("the daemon gave code {}", code));
 }
 
-Answer SyncStatus(const CLI::App&) {
-  LsyncdStatus status;
-  ThrowUnlessDone(HASystemSyncGetStatus(status));
-  Json states = Json::array(), errors = Json::array();
-  for (const auto& [state, value] : status.states) {
-    states.push_back({{"state", state}, {"value", value}});
-  }
-  for (const std::string& error : status.errorDescs) errors.push_back({{"error", error}});
-  return {.record = {{"states", states}, {"errors", errors}}};
-}
+Answer SyncStatus(const CLI::App&) { return {.record = SyncRecord()}; }
 
 Answer Events(int (*get)(std::vector<LsyncdEvent>&)) {
   std::vector<LsyncdEvent> events;
@@ -81,6 +74,17 @@ Answer SyncPassword(const CLI::App& arguments) {
 }
 
 }  // namespace
+
+Json SyncRecord() {
+  LsyncdStatus status;
+  ThrowUnlessDone(HASystemSyncGetStatus(status));
+  Json states = Json::array(), errors = Json::array();
+  for (const auto& [state, value] : status.states) {
+    states.push_back({{"state", state}, {"value", value}});
+  }
+  for (const std::string& error : status.errorDescs) errors.push_back({{"error", error}});
+  return {{"states", states}, {"errors", errors}};
+}
 
 void AddSync(CommandTree* tree) {
   CLI::App* group =

@@ -33,7 +33,9 @@ std::string Suggestion(std::string_view word, const std::vector<std::string>& ca
   size_t nearest = std::max<size_t>(1, word.size() / 3) + 1;
   const std::string* suggestion = nullptr;
   for (const std::string& candidate : candidates) {
-    const size_t distance = EditDistance(word, candidate);
+    // A word that was only begun is near, however much of it is missing.
+    const size_t distance =
+        word.size() > 1 && candidate.starts_with(word) ? 1 : EditDistance(word, candidate);
     if (distance >= nearest) continue;
     nearest = distance;
     suggestion = &candidate;
