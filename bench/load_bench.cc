@@ -10,7 +10,7 @@ namespace {
 
 void Load(benchmark::State& state, const char* path) {
   for (auto _ : state) {
-    void* library = dlopen(path, RTLD_NOW);
+    void* library = dlopen(path, RTLD_LAZY);
     if (library == nullptr) state.SkipWithError(dlerror());
     dlclose(library);
   }

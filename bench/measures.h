@@ -17,8 +17,8 @@ struct Measure {
 };
 
 // Runs every registered benchmark, repeated and interleaved, prints a line "NAME RATIO LIMIT
-// ok|over" for each measure and writes the same to the JSON file `--report=FILE`. With `--once`,
-// runs each benchmark once and judges nothing. Takes those two options out of `argv`; the others
+// ok|over" for each measure and adds the same to the JSON file `--report=FILE`. With `--once`, runs
+// each benchmark once and judges nothing. Takes those two options out of `argv`; the others
 // are Google Benchmark's. Returns the exit status: 1 when a measure is over its limit.
 int Report(int argc, char** argv, const std::vector<Measure>& measures);
 
