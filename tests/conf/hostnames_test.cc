@@ -1,31 +1,26 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <tavohacore/conf.h>
 
 #include "platform/tavlib.h"
-#include "tests/support/appliance.h"
+#include "tests/support/test.h"
 
 namespace {
 
 using namespace test_support;
 
-constexpr char kConf[] =
+constexpr char kBothNodes[] =
     "host0=\"nas-a\"\nhost1=\"nas-b\"\nha_hostname=\"cluster\"\ndrbd_if=\"eth3\"\n";
 
 TEST(OriginalHostname, IsTheRecordedOneWhileHaRunsAndElseTheKernelsShortOne) {
   const struct {
     bool running;
     const char *saved, *live, *local, *remote;
-  } cases[] = {
-      {true, "nas-a", "x", "nas-a", "nas-b"},
-      {true, "nas-b", "x", "nas-b", "nas-a"},
-      {false, "nas-a", "nas-x.example.org", "nas-x", "nas-x"},
-      {false, "nas-a", ".example.org", "", ""},
-      {false, "nas-a", "", "", ""},
-  };
+  } cases[] = {{true, "nas-a", "x", "nas-a", "nas-b"},
+               {true, "nas-b", "x", "nas-b", "nas-a"},
+               {false, "nas-a", "nas-x.example.org", "nas-x", "nas-x"},
+               {false, "nas-a", ".example.org", "", ""}};
   for (const auto& [running, saved, live, local, remote] : cases) {
     SetRunning(running);
-    SetConf(kConf);
+    SetConf(kBothNodes);
     WriteFile("/tmp/.ha.hostname.original", saved);
     ASSERT_EQ(sethostname(live, strlen(live)), 0);
     char name[64] = "unset";
@@ -41,12 +36,12 @@ TEST(OriginalHostname, EveryFailureSaysWhyAndLeavesBufferAndLock) {
   char name[64] = "as it was";
   SetRunning(false);
   EXPECT_EQ(TAVOHAGetOriginalHostname(nullptr, 63, 1), -1);
-  EXPECT_EQ(TakeLines(log), "ERROR conf: Invalid argument");
+  EXPECT_EQ(log.Take(), "ERROR conf: Invalid argument");
 
   const auto expect_failure = [&](const std::string& code, char* buffer) {
     EXPECT_EQ(TAVOHAGetOriginalHostname(buffer, sizeof name, 1), -1);
-    EXPECT_THAT(TakeLines(log), testing::MatchesRegex("ERROR conf: Failed to get hostname\\.\\[" +
-                                                      code + " ha_net_lnx_get_hostname:[0-9]+\\]"));
+    EXPECT_THAT(log.Take(), MatchesRegex("ERROR conf: Failed to get hostname\\.\\[" + code +
+                                         " ha_net_lnx_get_hostname:[0-9]+\\]"));
   };
   expect_failure("0x0D00", nullptr);
   ASSERT_EQ(TAVLIBFileLock(0x105, 5), 0);
@@ -60,7 +55,7 @@ TEST(OriginalHostname, EveryFailureSaysWhyAndLeavesBufferAndLock) {
   SetRunning(true);
   SetConf("");
   EXPECT_EQ(TAVOHAGetOriginalHostname(name, sizeof name, 1), -1);
-  EXPECT_THAT(TakeLines(log), testing::EndsWith("; ERROR conf: Failed to get host from conf."));
+  EXPECT_THAT(log.Take(), EndsWith("; ERROR conf: Failed to get host from conf."));
   EXPECT_STREQ(name, "as it was");
 }
 
@@ -72,35 +67,30 @@ TEST(ConfiguredNames, AreReadCutToTheBufferAndFailWithTheirOwnLine) {
       {[](char* text, int size) { return TAVOHAGetHAHostname(text, static_cast<unsigned>(size)); },
        "cluster", "clu", "ERROR conf: Failed to get host from conf."},
       {HAGetHeartbeatIF, "eth3", "eth", "ERROR conf: Failed to get heartbeat interface."},
-      {TAVOHAGetHeartbeatIF, "eth3", "eth", "ERROR conf: Failed to get heartbeat interface."},
-  };
+      {TAVOHAGetHeartbeatIF, "eth3", "eth", "ERROR conf: Failed to get heartbeat interface."}};
   LogCapture log;
   for (const auto& [get, text, cut, failure] : cases) {
-    SetConf(kConf);
+    SetConf(kBothNodes);
     char buffer[64];
     EXPECT_EQ(get(buffer, sizeof buffer), 0);
     EXPECT_STREQ(buffer, text);
     EXPECT_EQ(get(buffer, 4), 0);
     EXPECT_STREQ(buffer, cut);
-    EXPECT_EQ(TakeLines(log), "");
+    EXPECT_EQ(log.Take(), "");
     EXPECT_EQ(get(nullptr, 64), -1);
     EXPECT_EQ(get(buffer, 0), -1);
-    EXPECT_EQ(TakeLines(log), "ERROR conf: Invalid argument; ERROR conf: Invalid argument");
+    EXPECT_EQ(log.Take(), "ERROR conf: Invalid argument; ERROR conf: Invalid argument");
     SetConf("");
     EXPECT_EQ(get(buffer, sizeof buffer), -1);
     EXPECT_STREQ(buffer, cut);
-    EXPECT_EQ(TakeLines(log), failure);
+    EXPECT_EQ(log.Take(), failure);
   }
-}
-
-TEST(ClusterName, IsSetInTheFileAndReportsWhenItCannotBe) {
-  LogCapture log;
   SetConf("");
   EXPECT_EQ(TAVOHASetHAHostname("renamed"), 0);
   EXPECT_EQ(ReadFile(kConfFile), "ha_hostname=\"renamed\"\n");
   EXPECT_EQ(TAVOHASetHAHostname(nullptr), -1);
   EXPECT_EQ(TAVOHASetHAHostname("two\nlines"), -1);
-  EXPECT_EQ(TakeLines(log),
+  EXPECT_EQ(log.Take(),
             "ERROR conf: Invalid argument; ERROR conf: Failed to set key: ha_hostname; "
             "ERROR conf: Failed to set host to conf");
 }

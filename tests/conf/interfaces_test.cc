@@ -1,23 +1,9 @@
 // The kernel asked is a real one, in a network of the test's own.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <ifaddrs.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <netpacket/packet.h>
-#include <sys/ioctl.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
 #include <tavohacore/conf.h>
-
-#include <cstddef>
-#include <thread>
 
 #include "platform/tavlib.h"
 #include "simcluster/network/interface.h"
-#include "tests/support/appliance.h"
-#include "tests/support/host_state.h"
-#include "tests/support/scripted_tool.h"
+#include "tests/support/test.h"
 
 namespace {
 
@@ -25,42 +11,7 @@ using namespace test_support;
 using simcluster::AddInterface;
 using simcluster::SetAddress;
 
-// The kernel's answer by another way than the library's.
-std::string HardwareAddress(const std::string& name) {
-  ifaddrs* list = nullptr;
-  EXPECT_EQ(getifaddrs(&list), 0);
-  char text[32] = "none";
-  for (const ifaddrs* entry = list; entry != nullptr; entry = entry->ifa_next) {
-    if (name != entry->ifa_name || entry->ifa_addr->sa_family != AF_PACKET) continue;
-    const auto* mac = reinterpret_cast<const sockaddr_ll*>(entry->ifa_addr)->sll_addr;
-    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
-             mac[4], mac[5]);
-  }
-  freeifaddrs(list);
-  return text;
-}
-
-// Does `work` in a thread for which `call` fails with `error` when its argument is `value`.
-template <typename Work>
-void WithFailingCall(unsigned call, unsigned argument, unsigned value, unsigned error, Work work) {
-  std::thread([&] {
-    sock_filter program[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 3),
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS,
-                 static_cast<unsigned>(offsetof(seccomp_data, args)) + 8 * argument),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, value, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog filter = {std::size(program), program};
-    ASSERT_EQ(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
-    ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
-    work();
-  }).join();
-}
-
-struct Interfaces : testing::Test {
+struct Interfaces : Test {
   Interfaces() {
     EXPECT_EQ(simcluster::EnterOwnNetwork(), "");
     SetRunning(true);
@@ -89,7 +40,7 @@ TEST_F(Interfaces, RelatedInfoIsWhatTheKernelHasForTheAlias) {
     EXPECT_EQ(address[0], '?') << "not asked for";
     EXPECT_STREQ(netmask, "255.255") << "cut to its 8 bytes";
   }
-  EXPECT_EQ(TakeLines(log), "");
+  EXPECT_EQ(log.Take(), "");
 }
 
 TEST_F(Interfaces, RelatedInfoFailsWithItsLineOrRecord) {
@@ -117,8 +68,7 @@ TEST_F(Interfaces, RelatedInfoFailsWithItsLineOrRecord) {
       {"ovs_eth1abcdefgh", "ha_if1=\"ovs_eth1abcdefgh\"\nha_if_enabled1=\"true\"\n", 16, 16, -1,
        "ERROR: ioctl addr failed - ovs_eth1abcdefg: No such device"},
       {"eth2", eth2, 1, 16, -1, "ERROR: ioctl ip failed - eth2:HA"},
-      {"eth2", eth2, 16, 1, -1, "ERROR: ioctl mask failed - eth2:HA"},
-  };
+      {"eth2", eth2, 16, 1, -1, "ERROR: ioctl mask failed - eth2:HA"}};
   const HostState before = HostState::Now({});
   for (auto [ifname, conf, address_size, netmask_size, record, line] : cases) {
     SCOPED_TRACE(conf);
@@ -128,63 +78,46 @@ TEST_F(Interfaces, RelatedInfoFailsWithItsLineOrRecord) {
     EXPECT_EQ(TAVOHAGetRelatedIFInfo(ifname, address, address_size, netmask, netmask_size), -1);
     EXPECT_EQ(record == -1 ? -1 : TAVLIBErrGet(), record);
     if (!line.empty()) line.insert(5, " ha_get_related_if_info");
-    EXPECT_EQ(TakeLines(log), line);
+    EXPECT_EQ(log.Take(), line);
   }
-  SetConf(eth2);
-  char address[16];
-  const auto fail = [&] {
-    EXPECT_EQ(TAVOHAGetRelatedIFInfo("eth2", address, sizeof address, nullptr, 0), -1);
-  };
-  WithFailingCall(SYS_socket, 0, AF_INET, EMFILE, fail);
-  EXPECT_EQ(TakeLines(log), "ERROR ha_get_related_if_info: Failed to open eth2 for ha.");
   SetRunning(false);
-  fail();
+  char address[16];
+  EXPECT_EQ(TAVOHAGetRelatedIFInfo("eth2", address, sizeof address, nullptr, 0), -1);
   EXPECT_EQ(TAVLIBErrGet(), 0xD900);
-  EXPECT_EQ(TakeLines(log), "");
+  EXPECT_EQ(log.Take(), "");
   EXPECT_EQ(HostState::Now({}), before);
 }
 
-TEST_F(Interfaces, MacIsTheRecordedOneOrTheKernels) {
-  ASSERT_EQ(AddInterface("ovs_eth1"), "");
-  const std::string hardware = HardwareAddress("ovs_eth1");
+TEST_F(Interfaces, MacIsTheRecordedOneOrTheKernelsOrFailsWithItsLine) {
   constexpr char kRecorded[] = "ha_mac_1=\"00:11:22:33:44:AA\"\n";
+  char mac[18];
+  const HostState before = HostState::Now({});
+  SetConf("");
+  EXPECT_EQ(TAVOHAGetMac(1, mac, sizeof mac), -1);
+  EXPECT_EQ(log.Take(), "ERROR conf: Failed to get original mac: ovs_eth1. No such device");
+  EXPECT_EQ(HostState::Now({}), before);
+  EXPECT_EQ(TAVOHAGetMac(1, nullptr, 18), -1);
+  EXPECT_EQ(TAVOHAGetMac(1, mac, 0), -1);
+  EXPECT_EQ(log.Take(), "ERROR conf: Invalid argument; ERROR conf: Invalid argument");
+
+  ASSERT_EQ(AddInterface("ovs_eth1"), "");
+  const std::string hardware = Shell("ip -br link show ovs_eth1 | awk '{printf $3}'").output;
   const struct {
     bool running;
     unsigned size;
     const char* conf;
     std::string mac;
-  } cases[] = {
-      {true, 18, kRecorded, "00:11:22:33:44:AA"},
-      {true, 18, "", hardware},
-      {false, 18, kRecorded, hardware},
-      {false, 9, "", hardware.substr(0, 8)},
-  };
-  for (const auto& [running, size, conf, mac] : cases) {
-    SetRunning(running);
-    SetConf(conf);
-    char buffer[18];
-    EXPECT_EQ(TAVOHAGetMac(1, buffer, size), 0);
-    EXPECT_EQ(buffer, mac);
-    EXPECT_EQ(TakeLines(log), running ? "" : "INFO conf: HA is not running");
+  } cases[] = {{true, 18, kRecorded, "00:11:22:33:44:AA"},
+               {true, 18, "", hardware},
+               {false, 18, kRecorded, hardware},
+               {false, 9, "", hardware.substr(0, 8)}};
+  for (const auto& c : cases) {
+    SetRunning(c.running);
+    SetConf(c.conf);
+    EXPECT_EQ(TAVOHAGetMac(1, mac, c.size), 0);
+    EXPECT_EQ(mac, c.mac);
+    EXPECT_EQ(log.Take(), c.running ? "" : "INFO conf: HA is not running");
   }
-}
-
-TEST_F(Interfaces, MacFailsWithItsLine) {
-  SetConf("");
-  char mac[18];
-  const std::string line = "ERROR conf: Failed to get original mac: ovs_eth1. ";
-  const auto fail = [&] { EXPECT_EQ(TAVOHAGetMac(1, mac, sizeof mac), -1); };
-  const HostState before = HostState::Now({});
-  fail();
-  EXPECT_EQ(TakeLines(log), line + "No such device");
-  WithFailingCall(SYS_ioctl, 1, SIOCGIFHWADDR, EIO, fail);
-  EXPECT_EQ(TakeLines(log), line + "Input/output error");
-  WithFailingCall(SYS_socket, 0, AF_INET, EMFILE, fail);
-  EXPECT_EQ(TakeLines(log), "");
-  EXPECT_EQ(HostState::Now({}), before);
-  EXPECT_EQ(TAVOHAGetMac(1, nullptr, 18), -1);
-  EXPECT_EQ(TAVOHAGetMac(1, mac, 0), -1);
-  EXPECT_EQ(TakeLines(log), "ERROR conf: Invalid argument; ERROR conf: Invalid argument");
 }
 
 TEST_F(Interfaces, ConfiguredInfoIsReadFromTheKeysOfTheKind) {
@@ -200,8 +133,7 @@ TEST_F(Interfaces, ConfiguredInfoIsReadFromTheKeysOfTheKind) {
       {"eth1", -1, -1, "10.0.0.3", "ERROR conf: Failed to get if enabled from conf. [eth1] 1."},
       {"eth2", -1, -1, "10.0.0.4", "ERROR conf: Failed to get netmask from conf. [eth2] 2."},
       {"eth3", -1, -1, "", "ERROR conf: Failed to get ip from conf. [eth3] 3."},
-      {nullptr, -1, -1, "?", "ERROR conf: Invalid argument"},
-  };
+      {nullptr, -1, -1, "?", "ERROR conf: Invalid argument"}};
   SetConf(std::string(kEth0) +
           "ha_bond_ip0=\"10.0.0.2\"\nha_bond_netmask0=\"255.0.0.0\"\nha_bond_if_enabled0=\"TRUE\"\n"
           "ha_ip1=\"10.0.0.3\"\nha_netmask1=\"255.0.0.0\"\nha_ip2=\"10.0.0.4\"\n");
@@ -213,16 +145,16 @@ TEST_F(Interfaces, ConfiguredInfoIsReadFromTheKeysOfTheKind) {
     EXPECT_STREQ(address, expected_address);
     EXPECT_EQ(enabled, expected_enabled);
     EXPECT_STREQ(netmask, result == 0 ? "255.0.0.0" : netmask);
-    EXPECT_EQ(TakeLines(log), line);
+    EXPECT_EQ(log.Take(), line);
   }
   EXPECT_EQ(TAVOHAGetIFMain(main, sizeof main), 0);
   EXPECT_STREQ(main, "eth0");
   EXPECT_EQ(TAVOHAGetIFMain(main, 0), -1);
-  EXPECT_EQ(TakeLines(log), "ERROR conf: Invalid argument");
+  EXPECT_EQ(log.Take(), "ERROR conf: Invalid argument");
   SetRunning(false);
   EXPECT_EQ(TAVOHAGetIFConfInfo("eth0", address, 16, netmask, 16, &enabled), -1);
   EXPECT_EQ(TAVOHAGetIFMain(main, sizeof main), -1);
-  EXPECT_EQ(TakeLines(log), "");
+  EXPECT_EQ(log.Take(), "");
 }
 
 TEST_F(Interfaces, AddressIsRecordedOnlyWhenEnabledAndRestartedInAnyCase) {
@@ -242,22 +174,22 @@ TEST_F(Interfaces, AddressIsRecordedOnlyWhenEnabledAndRestartedInAnyCase) {
               enable == 1 ? "ha_bond_if1=\"bond1\"\nha_bond_ip1=\"10.0.0.9\"\n"
                             "ha_bond_netmask1=\"255.0.0.0\"\nha_bond_if_enabled1=\"true\"\n"
                           : old + "ha_bond_if_enabled1=\"false\"\n");
-    EXPECT_THAT(TakeCommandLines(), testing::Contains(testing::EndsWith("IPaddr2 start")));
+    EXPECT_THAT(TakeCommandLines(), Contains(EndsWith("IPaddr2 start")));
   }
-  EXPECT_THAT(TakeLines(log), testing::Not(testing::HasSubstr("ERROR")));
+  EXPECT_THAT(log.Take(), Not(HasSubstr("ERROR")));
   EXPECT_EQ(set("eth3", "two\nlines", 1, 0), 0) << "what cannot be written does not count";
-  EXPECT_THAT(ReadFile(kConfFile), testing::EndsWith("ha_if3=\"eth3\"\nha_netmask3=\"255.0.0.0\"\n"
-                                                     "ha_if_enabled3=\"true\"\n"));
-  EXPECT_THAT(TakeLines(log), testing::HasSubstr("ERROR conf: Failed to set config:26. idx:3.; "));
+  EXPECT_THAT(ReadFile(kConfFile), EndsWith("ha_if3=\"eth3\"\nha_netmask3=\"255.0.0.0\"\n"
+                                            "ha_if_enabled3=\"true\"\n"));
+  EXPECT_THAT(log.Take(), HasSubstr("ERROR conf: Failed to set config:26. idx:3.; "));
   EXPECT_EQ(set("eth3", "10.0.0.9", 1, 1), -1);
-  EXPECT_THAT(TakeLines(log), testing::EndsWith("; ERROR conf: Failed to restart ip."));
+  EXPECT_THAT(log.Take(), EndsWith("; ERROR conf: Failed to restart ip."));
 
   TakeCommandLines();
   EXPECT_EQ(set("lo", "10.0.0.9", 1, 0), -1);
   EXPECT_EQ(set("eth0", nullptr, 0, 0), -1);
   SetRunning(false);
   EXPECT_EQ(set("eth0", "10.0.0.9", 1, 0), -1);
-  EXPECT_EQ(TakeLines(log),
+  EXPECT_EQ(log.Take(),
             "ERROR conf: Failed to parse interface lo; ERROR conf: Invalid argument; "
             "ERROR conf: ha not runnign");
   EXPECT_TRUE(TakeCommandLines().empty());

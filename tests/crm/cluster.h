@@ -2,21 +2,13 @@
 #ifndef TESTS_CRM_CLUSTER_H_
 #define TESTS_CRM_CLUSTER_H_
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <tavohacore.h>
-#include <unistd.h>
 
 #include <functional>
 #include <sstream>
-#include <string>
 #include <utility>
-#include <vector>
 
-#include "tests/support/files.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/scripted_tool.h"
-#include "tests/support/virtual_clock.h"
+#include "tests/support/test.h"
 
 namespace test_support {
 
@@ -43,21 +35,15 @@ inline std::vector<ToolAnswer> Says(const std::string& start,
 // This node is nas-a, host0; its peer is nas-b. HA and the cluster stack run. Until told otherwise
 // each tool is silent and exits with 0, but for cibadmin, whose queries find nothing (6). Time is
 // virtual.
-class Cluster : public testing::Test {
+class Cluster : public Test {
  protected:
   Cluster() {
-    WriteFile("/tmp/.ha.running", "");
-    WriteFile("/usr/tavo/tavoha/var/run/corosync.pid", std::to_string(getpid()));
-    WriteFile("/usr/tavo/tavoha/var/run/pacemaker.pid", std::to_string(getpid()));
-    Configure("host0=nas-a\nhost1=nas-b\ndrbd_ip1=169.254.1.2\n");
+    StartHa();
+    SetConf("host0=nas-a\nhost1=nas-b\ndrbd_ip1=169.254.1.2\n");
     for (ScriptedTool& tool : tools) tool.Answer({{}});
     cibadmin.Answer({{.exit_status = 6}});
   }
 
-  static void Configure(const std::string& lines) {
-    unlink("/tmp/.ha.conf");
-    WriteFile("/usr/tavo/tavoha/etc/ha.conf", lines);
-  }
   void PeerIs(const std::vector<std::string>& words) { crm_mon.Answer(Says("nas-b: ", words)); }
   void RunsAt(const std::string& resource, const std::vector<std::string>& nodes) {
     crm_resource.AnswerTo({"--resource", resource, "--locate"}, Says("running on: ", nodes));
@@ -75,7 +61,7 @@ class Cluster : public testing::Test {
   // below; lines of the cluster's control as "LEVEL body".
   void Expect(int result, int expected, const Story& done, const Story& logged = "",
               int line = __builtin_LINE(), const char* file = __builtin_FILE()) {
-    const testing::ScopedTrace trace(file, line, "checked");
+    const ScopedTrace trace(file, line, "checked");
     EXPECT_EQ(result, expected);
     EXPECT_EQ(Done(), done);
     EXPECT_EQ(Logged(), logged);
@@ -84,14 +70,9 @@ class Cluster : public testing::Test {
     NoteCommands();
     return Then(std::exchange(done_, {}));
   }
-  Story Logged() {
-    std::vector<Story> lines;
-    for (const LogLine& line : log_.Take()) {
-      if (line.module == "libcrm") lines.push_back(line.level + " " + line.body);
-    }
-    return Then(lines);
-  }
+  Story Logged() { return log.Take("libcrm"); }
 
+  LogCapture log;
   ScriptedTool tools[7] = {ScriptedTool("/usr/bin/crm_mon"),
                            ScriptedTool("/usr/bin/crm_resource"),
                            ScriptedTool("/usr/bin/crm_node"),
@@ -130,7 +111,6 @@ class Cluster : public testing::Test {
   }
 
   std::vector<Story> done_;
-  LogCapture log_;
   VirtualClock clock_{[this](size_t) { at_pause(); }};
 };
 

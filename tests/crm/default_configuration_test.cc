@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include "tests/crm/cluster.h"
 
 namespace {
@@ -21,7 +19,7 @@ TEST_F(DefaultConfiguration, AResetErasesTheConfigurationAloneUnlessItIsFull) {
   HACrmConfReset(1);
   const Story both = standby("nas-b") + "; " + standby("nas-a");
   EXPECT_EQ(Done(), Then({both, erase, both}));
-  Configure("host0=nas-a\nhost1=\n");
+  SetConf("host0=nas-a\nhost1=\n");
   HACrmConfReset(1);
   EXPECT_EQ(Done(), Then({standby("nas-a"), erase, standby("nas-a")}));
 }
@@ -87,9 +85,8 @@ TEST_F(DefaultConfiguration, TheToolGetsTheWholeScriptAndNobodyElseAHandOnIt) {
   }
   mkdir(kScript, 0755);
   EXPECT_EQ(HACrmConfInit(0), -1);
-  EXPECT_THAT(Logged(),
-              testing::EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: Is a directory; "
-                                "ERROR Failed to prepare default conf"));
+  EXPECT_THAT(Logged(), EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: Is a directory; "
+                                 "ERROR Failed to prepare default conf"));
 }
 
 }  // namespace

@@ -1,9 +1,13 @@
 #include "tests/support/files.h"
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -45,6 +49,38 @@ std::vector<std::string> ListDirectory(const std::string& path) {
   EXPECT_FALSE(error) << "cannot list " << path << ": " << error.message();
   std::ranges::sort(names);
   return names;
+}
+
+void SetRunning(bool running) {
+  unlink(running ? "/tmp/.ha.not.running" : "/tmp/.ha.running");
+  WriteFile(running ? "/tmp/.ha.running" : "/tmp/.ha.not.running", "");
+}
+
+void SetConf(std::string_view lines) {
+  WriteFile(kConfFile, lines);
+  unlink(kMirrorFile);
+}
+
+void StartHa() {
+  SetRunning(true);
+  SetConf("host0=\"nas-a\"\nhost1=\"nas-b\"\n");
+  for (const char* daemon : {"corosync.pid", "pacemaker.pid"}) {
+    WriteFile(std::string(kDaemonFiles) + daemon, std::to_string(getpid()));
+  }
+}
+
+void CoverProcFile(const std::string& name, const std::string& content) {
+  const std::string file = "/run/" + name, path = "/proc/" + std::to_string(getpid()) + "/" + name;
+  WriteFile(file, content);
+  ASSERT_EQ(mount(file.c_str(), path.c_str(), nullptr, MS_BIND, nullptr), 0) << strerror(errno);
+}
+
+ShellResult Shell(const std::string& command) {
+  FILE* pipe = popen(("exec 2>&1; " + command).c_str(), "r");
+  std::string output;
+  for (int c; (c = getc(pipe)) != EOF;) output.push_back(static_cast<char>(c));
+  const int status = pclose(pipe);
+  return {output, WIFEXITED(status) ? WEXITSTATUS(status) : -1};
 }
 
 }  // namespace test_support

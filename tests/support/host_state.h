@@ -6,7 +6,6 @@
 #ifndef TESTS_SUPPORT_HOST_STATE_H_
 #define TESTS_SUPPORT_HOST_STATE_H_
 
-#include <map>
 #include <ostream>
 #include <set>
 #include <string>
@@ -14,21 +13,15 @@
 
 namespace test_support {
 
-struct HostState {
+// Descriptors and what each leads to, children (zombies included), priorities and files, in words.
+struct HostState : std::set<std::string> {
   // `directories` are those in which temporary files may stay behind.
   static HostState Now(const std::vector<std::string>& directories = {"/tmp"});
-
-  std::map<int, std::string> descriptors;  // what each leads to
-  std::set<std::string> children;          // "PID STATE NAME", zombies (Z) included
-  int nice = 0;
-  int io_priority = 0;
-  std::string oom_score_adj;
-  std::set<std::string> files;
-
-  bool operator==(const HostState&) const = default;
 };
 
-void PrintTo(const HostState& state, std::ostream* out);
+inline void PrintTo(const HostState& state, std::ostream* out) {
+  for (const std::string& entry : state) *out << "\n  " << entry;
+}
 
 }  // namespace test_support
 

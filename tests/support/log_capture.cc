@@ -12,7 +12,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <utility>
@@ -20,38 +19,28 @@
 namespace test_support {
 namespace {
 
-LogLine Parse(const std::string& datagram) {
-  LogLine line;
-  line.body = datagram;
-  int length = 0;
-  sscanf(datagram.c_str(), "<%d>%n", &line.priority, &length);
-  const size_t tag = static_cast<size_t>(length) + strlen("Nov  9 12:00:00 ");
-  const size_t tag_end = datagram.find(": ", tag);
-  if (length == 0 || tag_end == std::string::npos) return line;
-  line.tag = datagram.substr(tag, tag_end - tag);
-  const size_t bracket = line.tag.find('[');
-  if (bracket != std::string::npos) {
-    line.pid = atoi(line.tag.c_str() + bracket + 1);
-    line.tag.resize(bracket);
+// Returns the line in short, when it is of the module.
+std::string InShort(const std::string& datagram, const std::string& module) {
+  static const std::map<std::string, int> priorities = {{"ERROR", LOG_ERR},
+                                                        {"WARN", LOG_WARNING},
+                                                        {"NOTICE", LOG_NOTICE},
+                                                        {"INFO", LOG_INFO},
+                                                        {"DEBUG", LOG_DEBUG}};
+  // "<11>Nov  9 12:00:00 TAG[PID]: [HA-LEVEL] MODULE:LINE: BODY"
+  int priority = 0, process = 0, line = 0, length = 0;
+  char level[16], name[64];
+  sscanf(datagram.c_str(), "<%d>%*15c %*[^[][%d]: [HA-%15[A-Z]] %63[^:]:%d:%n", &priority, &process,
+         level, name, &line, &length);
+  if (length == 0 || datagram[static_cast<size_t>(length)] != ' ' || process < 1 || line < 1 ||
+      !priorities.contains(level) || priority != (LOG_USER | priorities.at(level))) {
+    return datagram;
   }
-  line.body = datagram.substr(tag_end + 2);
-
-  char level[16], module[64];
-  length = 0;
-  sscanf(line.body.c_str(), "[HA-%15[A-Z]] %63[^:]:%d:%n", level, module, &line.line, &length);
-  if (length == 0 || line.body[static_cast<size_t>(length)] != ' ') return line;
-  line.level = level;
-  line.module = module;
-  line.body.erase(0, static_cast<size_t>(length) + 1);
-  return line;
+  const std::string body = datagram.substr(static_cast<size_t>(length));
+  if (module.empty()) return std::string(level) + " " + name + ":" + body;
+  return module == name ? level + body : "";
 }
 
 }  // namespace
-
-void PrintTo(const LogLine& line, std::ostream* out) {
-  *out << '<' << line.priority << "> [HA-" << line.level << "] " << line.module << ':' << line.line
-       << ": " << testing::PrintToString(line.body);
-}
 
 LogCapture::LogCapture()
     : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
@@ -87,10 +76,15 @@ LogCapture::~LogCapture() {
   unlink("/dev/log");
 }
 
-std::vector<LogLine> LogCapture::Take() {
+std::string LogCapture::Take(const std::string& module) {
   const std::lock_guard lock(mutex_);
   Drain();
-  return std::exchange(lines_, {});
+  std::string lines;
+  for (const std::string& datagram : std::exchange(datagrams_, {})) {
+    const std::string line = InShort(datagram, module);
+    lines += (lines.empty() || line.empty() ? "" : "; ") + line;
+  }
+  return lines;
 }
 
 void LogCapture::Drain() {
@@ -100,22 +94,8 @@ void LogCapture::Drain() {
     if (length < 0) return;
     std::string datagram(static_cast<size_t>(length), '\0');
     recv(socket_.get(), datagram.data(), datagram.size(), 0);
-    lines_.push_back(Parse(datagram));
+    datagrams_.push_back(std::move(datagram));
   }
-}
-
-testing::Matcher<const LogLine&> Logged(const std::string& level, const std::string& module,
-                                        const testing::Matcher<const std::string&>& body) {
-  static const std::map<std::string, int> priorities = {{"ERROR", LOG_ERR},
-                                                        {"WARN", LOG_WARNING},
-                                                        {"NOTICE", LOG_NOTICE},
-                                                        {"INFO", LOG_INFO},
-                                                        {"DEBUG", LOG_DEBUG}};
-  using testing::Field;
-  return testing::AllOf(Field("level", &LogLine::level, level),
-                        Field("priority", &LogLine::priority, LOG_USER | priorities.at(level)),
-                        Field("module", &LogLine::module, module),
-                        Field("body", &LogLine::body, body));
 }
 
 }  // namespace test_support

@@ -5,7 +5,6 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -18,46 +17,12 @@
 namespace test_support {
 namespace {
 
-struct Rule {
-  std::vector<std::string> arguments;
-  std::string answers;  // as a record
-};
-
 constexpr char kAnyArguments[] = "**";
 
 simcluster::Descriptor LockTools() {
   simcluster::Descriptor lock(open(kToolLock, O_RDWR | O_CREAT | O_CLOEXEC, 0666));
   EXPECT_EQ(flock(lock.get(), LOCK_EX), 0) << kToolLock << ": " << strerror(errno);
   return lock;
-}
-
-std::string AnswersRecord(const std::vector<ToolAnswer>& answers) {
-  std::string record;
-  for (const ToolAnswer& answer : answers) {
-    AppendField(std::to_string(answer.delay_milliseconds), &record);
-    AppendField(answer.output, &record);
-    AppendField(answer.error_output, &record);
-    AppendField(std::to_string(answer.linger_milliseconds), &record);
-    AppendField(std::to_string(answer.kill_signal), &record);
-    AppendField(std::to_string(answer.exit_status), &record);
-  }
-  return record;
-}
-
-std::vector<int> Numbers(const std::vector<std::string>& texts) {
-  std::vector<int> numbers(texts.size());
-  std::ranges::transform(texts, numbers.begin(), [](const auto& text) { return stoi(text); });
-  return numbers;
-}
-
-// Splits "name=value" entries.
-std::map<std::string, std::string> Pairs(const std::vector<std::string>& entries) {
-  std::map<std::string, std::string> pairs;
-  for (const std::string& entry : entries) {
-    const size_t equal = entry.find('=');
-    if (equal != std::string::npos) pairs[entry.substr(0, equal)] = entry.substr(equal + 1);
-  }
-  return pairs;
 }
 
 }  // namespace
@@ -82,24 +47,24 @@ void ScriptedTool::AnswerTo(const std::vector<std::string>& arguments,
   const std::string script_path = ToolScriptPath(path_);
   const std::string script = Exists(script_path) ? ReadFile(script_path) : "";
 
-  std::vector<Rule> rules;
-  for (FieldReader reader(script); !reader.AtEnd();) {
-    rules.push_back({.arguments = reader.List(), .answers = reader.Text()});
-  }
-  auto same = std::ranges::find(rules, arguments, &Rule::arguments);
-  if (same == rules.end()) {
+  Fields rules = Unpack(script);
+  const std::string pattern = Pack(arguments);
+  size_t at = 0;
+  while (at < rules.size() && rules[at] != pattern) at += 2;
+  if (at == rules.size()) {
     // What answers any arguments stays last.
-    const bool has_any = !rules.empty() && rules.back().arguments.front() == kAnyArguments;
-    same = rules.insert(has_any ? rules.end() - 1 : rules.end(), Rule{arguments, ""});
+    if (at > 0 && rules[at - 2] == Pack({kAnyArguments})) at -= 2;
+    rules.insert(rules.begin() + static_cast<ptrdiff_t>(at), {pattern, ""});
   }
-  same->answers = AnswersRecord(answers);
-
-  std::string changed;
-  for (const Rule& rule : rules) {
-    AppendList(rule.arguments, &changed);
-    AppendField(rule.answers, &changed);
+  Fields records;
+  for (const ToolAnswer& answer : answers) {
+    records.push_back(
+        Pack({std::to_string(answer.delay_milliseconds), answer.output, answer.error_output,
+              std::to_string(answer.linger_milliseconds), std::to_string(answer.kill_signal),
+              std::to_string(answer.exit_status)}));
   }
-  WriteFile(script_path, changed);
+  rules[at + 1] = Pack(records);
+  WriteFile(script_path, Pack(rules));
 }
 
 std::string ToolCall::CommandLine() const {
@@ -116,18 +81,13 @@ std::vector<ToolCall> TakeToolCalls() {
   std::vector<ToolCall> calls;
   if (!Exists(kToolCalls)) return calls;
   const simcluster::Descriptor lock = LockTools();
-  const std::string record = ReadFile(kToolCalls);
-  for (FieldReader reader(record); !reader.AtEnd();) {
-    ToolCall call;
-    call.path = reader.Text();
-    call.arguments = reader.List();
-    call.environment = Pairs(reader.List());
-    for (const auto& [number, target] : Pairs(reader.List())) {
-      call.descriptors[atoi(number.c_str())] = target;
-    }
-    call.blocked_signals = Numbers(reader.List());
-    call.ignored_signals = Numbers(reader.List());
-    calls.push_back(std::move(call));
+  for (const std::string& record : Unpack(ReadFile(kToolCalls))) {
+    const Fields call = Unpack(record);
+    calls.push_back({.path = call[0],
+                     .arguments = Unpack(call[1]),
+                     .environment = Unpack(call[2]),
+                     .descriptors = Unpack(call[3]),
+                     .signals = call[4]});
   }
   unlink(kToolCalls);
   return calls;

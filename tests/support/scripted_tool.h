@@ -9,7 +9,6 @@
 #ifndef TESTS_SUPPORT_SCRIPTED_TOOL_H_
 #define TESTS_SUPPORT_SCRIPTED_TOOL_H_
 
-#include <map>
 #include <string>
 #include <vector>
 
@@ -42,14 +41,15 @@ class ScriptedTool {
   std::string path_;
 };
 
+inline constexpr char kNoSignals[] = "SigBlk:\t0000000000000000\nSigIgn:\t0000000000000000\n";
+
 // One run of a scripted tool, as the tool itself saw it.
 struct ToolCall {
   std::string path;                    // where it was started
   std::vector<std::string> arguments;  // argv, the program's name included
-  std::map<std::string, std::string> environment;
-  std::map<int, std::string> descriptors;  // what each open descriptor leads to
-  std::vector<int> blocked_signals;
-  std::vector<int> ignored_signals;
+  std::vector<std::string> environment;
+  std::vector<std::string> descriptors;  // "NUMBER=WHERE IT LEADS", of all that are open
+  std::string signals;                   // kNoSignals when none is blocked or ignored
 
   // The path and the arguments after the program's name, with blanks between. An argument that is
   // empty or has a blank in it stands in single quotes.

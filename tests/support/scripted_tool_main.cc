@@ -18,17 +18,9 @@
 
 namespace {
 
-using test_support::AppendField;
-using test_support::AppendList;
-using test_support::FieldReader;
-
-constexpr int kUnscripted = 99;
-
-struct Answer {
-  int delay_milliseconds = 0;
-  std::string output, error_output;
-  int linger_milliseconds = 0, kill_signal = 0, exit_status = kUnscripted;
-};
+using test_support::Fields;
+using test_support::Pack;
+using test_support::Unpack;
 
 std::string ReadWhole(const std::string& path) {
   std::string text;
@@ -61,14 +53,14 @@ void Wait(int milliseconds) {
   nanosleep(&length, nullptr);
 }
 
-std::vector<std::string> Strings(char** array) {
-  std::vector<std::string> strings;
+Fields Strings(char** array) {
+  Fields strings;
   for (; *array != nullptr; ++array) strings.emplace_back(*array);
   return strings;
 }
 
-std::vector<std::string> OpenDescriptors() {
-  std::vector<std::string> entries;
+Fields OpenDescriptors() {
+  Fields entries;
   DIR* directory = opendir("/proc/self/fd");
   while (const dirent* entry = readdir(directory)) {
     char target[4096];
@@ -78,76 +70,38 @@ std::vector<std::string> OpenDescriptors() {
                       std::string(target, static_cast<size_t>(length)));
   }
   closedir(directory);
+  std::ranges::sort(entries);
   return entries;
 }
 
-template <typename Predicate>
-std::vector<std::string> SignalsWhere(Predicate predicate) {
-  std::vector<std::string> signals;
-  for (int signal = 1; signal < SIGRTMIN; ++signal) {
-    if (predicate(signal)) signals.push_back(std::to_string(signal));
-  }
-  return signals;
+std::string Signals() {
+  const std::string status = ReadWhole("/proc/self/status");
+  const size_t blocked = status.find("SigBlk:"), caught = status.find("SigCgt:");
+  return status.substr(blocked, caught - blocked);
 }
 
-std::string CallRecord(const std::string& path, char** argv) {
-  std::string record;
-  AppendField(path, &record);
-  AppendList(Strings(argv), &record);
-  AppendList(Strings(environ), &record);
-  AppendList(OpenDescriptors(), &record);
-  AppendList(SignalsWhere([](int signal) {
-               sigset_t blocked;
-               return sigprocmask(SIG_BLOCK, nullptr, &blocked) == 0 &&
-                      sigismember(&blocked, signal) == 1;
-             }),
-             &record);
-  AppendList(SignalsWhere([](int signal) {
-               struct sigaction action;
-               return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
-             }),
-             &record);
-  return record;
-}
-
-bool Fits(const std::vector<std::string>& pattern, const std::vector<std::string>& arguments) {
-  if (pattern == std::vector<std::string>{"**"}) return true;
+bool Fits(const Fields& pattern, const Fields& arguments) {
+  if (pattern == Fields{"**"}) return true;
   return std::equal(pattern.begin(), pattern.end(), arguments.begin(), arguments.end(),
                     [](const std::string& p, const std::string& a) { return p == "*" || p == a; });
 }
 
-Answer ReadAnswer(FieldReader* reader) {
-  Answer answer;
-  answer.delay_milliseconds = reader->Number();
-  answer.output = reader->Text();
-  answer.error_output = reader->Text();
-  answer.linger_milliseconds = reader->Number();
-  answer.kill_signal = reader->Number();
-  answer.exit_status = reader->Number();
-  return answer;
-}
-
 // Returns the answer to this call, and takes it off the script unless it is the last one.
-Answer TakeAnswer(const std::string& script_path, const std::vector<std::string>& arguments) {
-  const std::string script = ReadWhole(script_path);
-  std::string rest;
-  Answer answer;
-  bool found = false, changed = false;
-  for (FieldReader rules(script); !rules.AtEnd();) {
-    const std::vector<std::string> pattern = rules.List();
-    std::string answers = rules.Text();
-    if (!found && Fits(pattern, arguments) && !answers.empty()) {
-      found = true;
-      FieldReader reader(answers);
-      answer = ReadAnswer(&reader);
-      changed = !reader.AtEnd();
-      if (changed) answers = std::string(reader.rest());
+Fields TakeAnswer(const std::string& script_path, const Fields& arguments) {
+  Fields rules = Unpack(ReadWhole(script_path));
+  for (size_t i = 0; i < rules.size(); i += 2) {
+    Fields answers = Unpack(rules[i + 1]);
+    if (answers.empty() || !Fits(Unpack(rules[i]), arguments)) continue;
+    Fields answer = Unpack(answers[0]);
+    if (answers.size() > 1) {
+      answers.erase(answers.begin());
+      rules[i + 1] = Pack(answers);
+      WriteTo(script_path, O_TRUNC, Pack(rules));
     }
-    AppendList(pattern, &rest);
-    AppendField(answers, &rest);
+    return answer;
   }
-  if (changed) WriteTo(script_path, O_TRUNC, rest);
-  return answer;
+  constexpr char kUnscripted[] = "99";
+  return {"0", "", "", "0", "0", kUnscripted};
 }
 
 }  // namespace
@@ -155,23 +109,25 @@ Answer TakeAnswer(const std::string& script_path, const std::vector<std::string>
 int main(int argc, char** argv) {
   // Not argv[0], which the caller is free to choose.
   const std::string path = reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // NOLINT
-  const std::string call = CallRecord(path, argv);
+  const std::string call =
+      Pack({path, Pack(Strings(argv)), Pack(Strings(environ)), Pack(OpenDescriptors()), Signals()});
 
   const int lock = open(test_support::kToolLock, O_RDWR | O_CREAT | O_CLOEXEC, 0666);
   flock(lock, LOCK_EX);
-  WriteTo(test_support::kToolCalls, O_APPEND, call);
-  const Answer answer =
+  WriteTo(test_support::kToolCalls, O_APPEND, Pack({call}));
+  const Fields answer =
       TakeAnswer(test_support::ToolScriptPath(path), Strings(argv + std::min(argc, 1)));
   close(lock);
 
-  Wait(answer.delay_milliseconds);
-  WriteAll(STDOUT_FILENO, answer.output);
-  WriteAll(STDERR_FILENO, answer.error_output);
-  if (answer.linger_milliseconds > 0) {
+  const auto number = [&](size_t field) { return atoi(answer[field].c_str()); };
+  Wait(number(0));
+  WriteAll(STDOUT_FILENO, answer[1]);
+  WriteAll(STDERR_FILENO, answer[2]);
+  if (const int linger = number(3); linger > 0) {
     close(STDOUT_FILENO);
     close(STDERR_FILENO);
-    Wait(answer.linger_milliseconds);
+    Wait(linger);
   }
-  if (answer.kill_signal != 0) raise(answer.kill_signal);
-  return answer.exit_status;
+  if (const int signal = number(4); signal != 0) raise(signal);
+  return number(5);
 }

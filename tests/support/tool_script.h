@@ -1,10 +1,10 @@
 // The files through which a test and the tools that it scripts talk, in /run/tools of the private
-// root. A record is a run of fields "LENGTH:BYTES,", so that a field holds any bytes.
+// root. A record is a run of fields "LENGTH:BYTES", so that a field holds any bytes, be it a
+// record.
 #ifndef TESTS_SUPPORT_TOOL_SCRIPT_H_
 #define TESTS_SUPPORT_TOOL_SCRIPT_H_
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,50 +12,35 @@
 namespace test_support {
 
 inline constexpr char kToolDirectory[] = "/run/tools";
-inline constexpr char kToolLock[] = "/run/tools/lock";  // held while any file here is in use
-inline constexpr char kToolCalls[] = "/run/tools/calls";
+inline constexpr char kToolLock[] = "/run/tools/lock";    // held while any file here is in use
+inline constexpr char kToolCalls[] = "/run/tools/calls";  // a record a call: see ToolCall
 
-// Where the script of the tool at `path` is kept.
+// Where the script of the tool at `path` is kept: patterns of arguments, each with the answers
+// behind it. A pattern and an answer (see ToolAnswer) are records.
 inline std::string ToolScriptPath(std::string path) {
-  for (char& c : path) {
-    if (c == '/') c = '\\';
-  }
-  return kToolDirectory + std::string("/script") + path;
+  std::ranges::replace(path, '/', '\\');
+  return std::string(kToolDirectory) + "/script" + path;
 }
 
-inline void AppendField(std::string_view field, std::string* record) {
-  record->append(std::to_string(field.size())).append(":").append(field).append(",");
+using Fields = std::vector<std::string>;
+
+inline std::string Pack(const Fields& fields) {
+  std::string record;
+  for (const std::string& field : fields) {
+    record.append(std::to_string(field.size())).append(":").append(field);
+  }
+  return record;
 }
 
-inline void AppendList(const std::vector<std::string>& list, std::string* record) {
-  AppendField(std::to_string(list.size()), record);
-  for (const std::string& entry : list) AppendField(entry, record);
+inline Fields Unpack(std::string_view record) {
+  Fields fields;
+  while (!record.empty()) {
+    const size_t start = record.find(':') + 1;
+    fields.emplace_back(record.substr(start, std::stoul(std::string(record.substr(0, start - 1)))));
+    record.remove_prefix(start + fields.back().size());
+  }
+  return fields;
 }
-
-class FieldReader {
- public:
-  explicit FieldReader(std::string_view record) : rest_(record) {}
-
-  bool AtEnd() const { return rest_.empty(); }
-  std::string_view rest() const { return rest_; }
-  std::string Text() {
-    const size_t colon = rest_.find(':');
-    if (colon == std::string_view::npos) return {};
-    const auto length = static_cast<size_t>(atol(std::string(rest_.substr(0, colon)).c_str()));
-    std::string field(rest_.substr(colon + 1, length));
-    rest_.remove_prefix(std::min(rest_.size(), colon + 1 + length + 1));
-    return field;
-  }
-  int Number() { return atoi(Text().c_str()); }
-  std::vector<std::string> List() {
-    std::vector<std::string> list(static_cast<size_t>(Number()));
-    for (std::string& entry : list) entry = Text();
-    return list;
-  }
-
- private:
-  std::string_view rest_;
-};
 
 }  // namespace test_support
 

@@ -1,17 +1,9 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <tavohacore/sync.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <string>
 
 #include "simcluster/root/private_root.h"
-#include "tests/support/files.h"
+#include "tests/support/test.h"
 
 namespace {
 
@@ -60,12 +52,11 @@ TEST(PasswordFiles, OpenTheDoorOfARealRsyncDaemonToTheRightNumberAlone) {
     _exit(127);
   }
   const auto fetch = [](const std::string& password_file) {
-    const std::string command = "exec rsync --password-file=" + password_file +
-                                " rsync://root@127.0.0.1:8730/files/one /tmp/ 2>/dev/null";
-    return WEXITSTATUS(system(command.c_str()));
+    return Shell("exec rsync --password-file=" + password_file +
+                 " rsync://root@127.0.0.1:8730/files/one /tmp/")
+        .status;
   };
-  constexpr int kNobodyListens = 10;
-  constexpr int kRefused = 5;
+  constexpr int kNobodyListens = 10, kRefused = 5;
   int fetched = kNobodyListens;
   for (int i = 0; i < 100 && fetched == kNobodyListens; ++i, usleep(20000)) {
     fetched = fetch(kClientFile);
