@@ -26,8 +26,8 @@ class Collector : public benchmark::BenchmarkReporter {
       } else if (run.run_type == Run::RT_Iteration) {
         // A call that waits for others says so. Any other costs what its own thread is charged for,
         // however busy the machine is with something else.
-        const bool waits = run.run_name.time_type == "real_time";
-        const double time = waits ? run.real_accumulated_time : run.cpu_accumulated_time;
+        const bool by_clock = !run.run_name.time_type.empty();
+        const double time = by_clock ? run.real_accumulated_time : run.cpu_accumulated_time;
         times_[NameOf(run)].push_back(time / static_cast<double>(run.iterations));
       }
     }

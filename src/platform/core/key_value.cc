@@ -30,10 +30,10 @@ bool Succeeded(int error) {
   return error == 0;
 }
 
-// Hands the entries of a file to `take` in their order, until it returns false. Returns 0, or the
-// code to record.
+// Hands the entries of a file to `take` in their order, until it returns false; only those whose
+// line holds `text` are looked for. Returns 0, or the code to record.
 template <typename Take>
-int ReadEntries(const char* path, Take take) {
+int ReadEntries(const char* path, const char* text, Take take) {
   // Not blocking: a FIFO that somebody put there must not keep us waiting.
   const platform::UniqueFd file = platform::SafeOpen(path, O_RDONLY | O_NONBLOCK);
   if (!file) {
@@ -42,7 +42,7 @@ int ReadEntries(const char* path, Take take) {
     return missing ? tavocore::kErrorNoFile : tavocore::kErrorOpen;
   }
   tavocore::Lines lines(file.get());
-  while (lines.Next()) {
+  while (lines.NextWith(text)) {
     const std::optional<Entry> entry = tavocore::ParseEntry(lines.line());
     if (entry && !take(*entry)) return kDone;
   }
@@ -52,9 +52,9 @@ int ReadEntries(const char* path, Take take) {
 // Finds the first entry of `key` and hands its value to `use`. Returns 1 when there is one, 0 when
 // there is none, -1 on failure, both with a record.
 template <typename Use>
-int UseValue(const char* path, std::string_view key, Use use) {
+int UseValue(const char* path, const char* key, Use use) {
   bool found = false;
-  const int error = ReadEntries(path, [&](const Entry& entry) {
+  const int error = ReadEntries(path, key, [&](const Entry& entry) {
     if (entry.key != key) return true;
     use(entry.value());
     found = true;
@@ -187,7 +187,8 @@ int TAVLIBFileGetKeys(const char* path, const TAVLIBSZLIST* keys, TAVLIBSZHASH**
   return tavocore::Contain(kModule, -1, [&] {
     std::vector<std::string_view> wanted(keys->entries.begin(), keys->entries.end());
     int found = 0;
-    const int error = ReadEntries(path, [&](const Entry& entry) {
+    const char* const text = wanted.size() == 1 ? keys->entries.front().c_str() : "";
+    const int error = ReadEntries(path, text, [&](const Entry& entry) {
       if (std::erase(wanted, entry.key) == 0) return true;
       (*hash)->Set(entry.key, entry.value());
       ++found;
@@ -204,7 +205,7 @@ int TAVLIBFileGetPair(const char* path, TAVLIBSZHASH** hash) {
   }
   return tavocore::Contain(kModule, -1, [&] {
     TAVLIBSZHASH read;
-    const int error = ReadEntries(path, [&](const Entry& entry) {
+    const int error = ReadEntries(path, "", [&](const Entry& entry) {
       // A key with a NUL byte has no name that a caller could ask for.
       if (entry.key.find('\0') == std::string_view::npos) read.Add(entry.key, entry.value());
       return true;

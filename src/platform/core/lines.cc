@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -30,6 +31,37 @@ bool Lines::Next() {
   }
 }
 
+bool Lines::NextWith(const char* text) {
+  size_t searched = begin_;
+  for (;;) {
+    const char* const found = Find(buffer_ + searched, text);
+    // What lies before it, or before the line that has not come to its end, is passed over.
+    const size_t passed = found != nullptr ? static_cast<size_t>(found - buffer_) : end_;
+    const void* const line_end = memrchr(buffer_ + begin_, '\n', passed - begin_);
+    if (line_end != nullptr) {
+      begin_ = static_cast<size_t>(static_cast<const char*>(line_end) - buffer_) + 1;
+    }
+    if (found != nullptr) return Next();
+    const size_t pending = end_ - begin_;
+    if (!Fill()) {
+      begin_ = end_;
+      return false;
+    }
+    searched = begin_ + pending - std::min(pending, strlen(text));  // it may have come in part
+  }
+}
+
+// Finds a text in what has been read. Returns null when it is not there.
+const char* Lines::Find(const char* from, const char* text) const {
+  // libc searches strings much faster than memory, and a NUL byte in a line is rare.
+  for (;;) {
+    const char* const found = strstr(from, text);
+    if (found != nullptr) return found;
+    from += strlen(from) + 1;
+    if (from > buffer_ + end_) return nullptr;
+  }
+}
+
 // Reads on behind the start of a line. Returns false when nothing more came.
 bool Lines::Fill() {
   if (begin_ > 0) {
@@ -37,7 +69,7 @@ bool Lines::Fill() {
     end_ -= std::exchange(begin_, 0);
   }
   if (end_ == capacity_) {
-    std::unique_ptr<char[]> larger(new char[capacity_ * 2]);
+    std::unique_ptr<char[]> larger(new char[capacity_ * 2 + 1]);
     memcpy(larger.get(), buffer_, end_);
     grown_ = std::move(larger);
     buffer_ = grown_.get();
@@ -46,9 +78,9 @@ bool Lines::Fill() {
   const ssize_t length =
       platform::RetryOnSignal([&] { return read(fd_, buffer_ + end_, capacity_ - end_); });
   failed_ = length < 0;
-  if (length <= 0) return false;
-  end_ += static_cast<size_t>(length);
-  return true;
+  if (length > 0) end_ += static_cast<size_t>(length);
+  buffer_[end_] = '\0';
+  return length > 0;
 }
 
 }  // namespace tavocore
