@@ -52,66 +52,30 @@ void BareFaccessat(State& state) {
   for (auto _ : state) DoNotOptimize(syscall(SYS_faccessat, AT_FDCWD, "/tmp/.ha.running", F_OK));
 }
 
-constexpr char kLogSocket[] = "/dev/log";
-
-// Makes a system logger's socket. One that is there is put aside first, when there is a name for
-// it.
-int BindLogSocket(const char* aside) {
-  if (aside != nullptr) rename(kLogSocket, aside);
-  const int result = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-  strcpy(address.sun_path, kLogSocket);
-  if (bind(result, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) perror(kLogSocket);
-  closelog();  // who logs next connects to this one
-  return result;
-}
-
-// The system logger: a real socket, and somebody who takes what arrives there.
+// The system logger: a real socket, whose lines are taken when a benchmark says so. To wake a
+// logger that waits for the next line costs more than the line, and now this much and now that.
 class Logger {
  public:
-  Logger() : socket_(BindLogSocket(nullptr)) {
-    thread_ = std::thread([this] {
-      char line[4096];
-      while (recv(socket_, line, sizeof line, 0) > 0) {
-      }
-    });
+  static constexpr int kQueue = 8;  // lines; the kernel keeps a few more, and then has senders wait
+
+  Logger() : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{.sun_family = AF_UNIX, .sun_path = "/dev/log"};
+    if (bind(socket_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) perror("bind");
   }
-  ~Logger() {
-    shutdown(socket_, SHUT_RDWR);
-    thread_.join();
-    close(socket_);
-  }
+  ~Logger() { close(socket_); }
   Logger(const Logger&) = delete;
   Logger& operator=(const Logger&) = delete;
 
- private:
-  int socket_;
-  std::thread thread_;
-};
-
-// Stands at "/dev/log" for a while instead of the logger there, and takes what came when told to.
-class QuietLogger {
- public:
-  QuietLogger() : socket_(BindLogSocket(kAside)) {}
-  ~QuietLogger() {
-    close(socket_);
-    rename(kAside, kLogSocket);
-    closelog();
-  }
-  QuietLogger(const QuietLogger&) = delete;
-  QuietLogger& operator=(const QuietLogger&) = delete;
-
-  void TakeAll() const {
+  void TakeLines() const {
     char line[4096];
     while (recv(socket_, line, sizeof line, MSG_DONTWAIT) >= 0) {
     }
   }
 
  private:
-  static constexpr char kAside[] = "/dev/log.aside";
-
   int socket_;
 };
+std::unique_ptr<Logger> logger;
 
 double ThreadSeconds() {
   timespec now{};
@@ -119,17 +83,13 @@ double ThreadSeconds() {
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-// Times as many lines at a time as the socket's queue holds: to wake a logger that waits for the
-// next costs more than the calls themselves, and now this much and now that.
 template <typename LogLine>
 void TimeLines(State& state, LogLine log_line) {
-  constexpr int kLines = 8;
-  const QuietLogger logger;
   for (auto _ : state) {
     const double start = ThreadSeconds();
-    for (int i = 0; i < kLines; ++i) log_line();
+    for (int i = 0; i < Logger::kQueue; ++i) log_line();
     state.SetIterationTime(ThreadSeconds() - start);
-    logger.TakeAll();
+    logger->TakeLines();
   }
 }
 
@@ -152,10 +112,9 @@ void BareVsyslog(State& state) {
 
 // ---- Configuration ------------------------------------------------------------------------------
 
-// Fills ha.conf and its mirror with every value but the Corosync key.
+// Fills ha.conf with every value, and its mirror with all but the Corosync key.
 void FillConfiguration() {
   for (int type = HA_CONF_DRBD_IF; type <= HA_CONF_MAC1; ++type) {
-    if (type == HA_CONF_COROSYNC_KEY) continue;
     for (int i = 0; i < (type < HA_CONF_HA_IF ? 1 : HA_CONF_MAX_INDEX); ++i) {
       TAVOHASetConf(static_cast<HA_CONF_TYPE>(type), i, "00:11:22:33:44:55");
     }
@@ -252,6 +211,7 @@ constexpr const char* kLocate[] = {"/usr/bin/crm_resource", "--resource", "DRBD"
 void NodeStatus(State& state) {
   for (auto _ : state) {
     if (HANodeStatusGet(NODE_TYPE_LOCAL) != NODE_STATUS_ONLINE) state.SkipWithError("not online");
+    logger->TakeLines();
   }
 }
 void NodeStatusOfALargeHost(State& state) {
@@ -268,6 +228,7 @@ void BareStatusTool(State& state) {
 void NodeRole(State& state) {
   for (auto _ : state) {
     if (HANodeRoleTypeGet(NODE_TYPE_LOCAL) != NODE_ROLE_PASSIVE) state.SkipWithError("not passive");
+    logger->TakeLines();
   }
 }
 void BareSevenTools(State& state) {
@@ -497,8 +458,8 @@ int main(int argc, char** argv) {
     fprintf(stderr, "%s\n", error.c_str());
     return 2;
   }
+  logger = std::make_unique<Logger>();
   SetUpNode();
-  const Logger logger;
   sync_daemon = std::make_unique<SyncDaemon>();
   const int status = bench::Report(argc, argv, kMeasures);
   sync_daemon.reset();

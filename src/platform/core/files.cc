@@ -1,7 +1,9 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -22,38 +24,29 @@ namespace {
 
 constexpr char kModule[] = "files";
 
-// Opens a file to look at it or to lock it; nothing planted there can make this wait.
-platform::UniqueFd OpenExisting(const char* path) {
-  return platform::SafeOpen(path, O_RDONLY | O_NONBLOCK);
-}
-
-// Reads the start of a small file into `text`; empty when that fails.
-template <size_t kSize>
-std::string_view ReadStart(const char* path, char (&text)[kSize]) {
-  const platform::UniqueFd file = OpenExisting(path);
-  if (!file) return {};
-  const ssize_t length = platform::RetryOnSignal([&] { return read(file.get(), text, kSize); });
-  return length < 0 ? std::string_view() : std::string_view(text, static_cast<size_t>(length));
-}
-
 // Returns the process id that the file holds, or 0.
 pid_t ReadPid(const char* path) {
+  // Not blocking: nothing planted there can make this wait.
+  const platform::UniqueFd file = platform::SafeOpen(path, O_RDONLY | O_NONBLOCK);
+  if (!file) return 0;
   char buffer[64];
-  const std::string_view text = tavocore::Trimmed(ReadStart(path, buffer));
+  const ssize_t length =
+      platform::RetryOnSignal([&] { return read(file.get(), buffer, sizeof buffer); });
+  if (length < 0) return 0;
+  const std::string_view text = tavocore::Trimmed({buffer, static_cast<size_t>(length)});
   pid_t pid = 0;
   const char* const end = text.data() + text.size();
   const auto [rest, error] = std::from_chars(text.data(), end, pid);
   return error == std::errc() && rest == end && pid > 0 ? pid : 0;
 }
 
-bool IsZombie(pid_t pid) {
-  char path[32];
-  snprintf(path, sizeof path, "/proc/%d/stat", pid);
-  char buffer[128];
-  const std::string_view stat = ReadStart(path, buffer);
-  // The state follows the program's name, which stands in parentheses and may hold any.
-  const size_t name_end = stat.rfind(')');
-  return name_end != std::string_view::npos && stat.substr(name_end).starts_with(") Z");
+// A zombie has ended, though it can still be signalled. Where the kernel cannot tell (before Linux
+// 5.3), it lives.
+bool IsAlive(pid_t pid) {
+  const platform::UniqueFd process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+  if (!process) return kill(pid, 0) == 0 || errno == EPERM;
+  pollfd end = {.fd = process.get(), .events = POLLIN, .revents = 0};
+  return poll(&end, 1, 0) != 1;
 }
 
 // The locks that the calling thread holds, so that unlocking finds what locking opened. Plain data:
@@ -116,9 +109,7 @@ int TAVLIBProcAliveByPidFile(const char* path) {
     return 0;
   }
   const pid_t pid = ReadPid(path);
-  if (pid == 0) return 0;
-  if (kill(pid, 0) != 0 && errno != EPERM) return 0;
-  return IsZombie(pid) ? 0 : 1;
+  return pid != 0 && IsAlive(pid) ? 1 : 0;
 }
 
 int TAVLIBFileLock(int id, int seconds) {
