@@ -1,6 +1,6 @@
 #include <tavohacore/state.h>
 
-#include "tests/support/test.h"
+#include "tests/frame/logged.h"
 
 namespace {
 
@@ -9,57 +9,47 @@ using namespace test_support;
 constexpr char kProgressFile[] = "/tmp/.ha.status";
 constexpr char kPassiveMarker[] = "/tmp/.ha_passive_is_binding";
 
-// For either kind of progress: its functions, its key and its word.
-template <typename Progress>
-void ExpectKept(int (*get)(Progress*), int (*set)(Progress), const std::string& key,
-                const std::string& word) {
-  LogCapture log;
-  Progress read{99};
-  WriteFile(kProgressFile, "OTHER=\"1\"\n");
-  EXPECT_EQ(set(Progress{-12}), 0);
-  EXPECT_EQ(ReadFile(kProgressFile), "OTHER=\"1\"\n" + key + "=\"-12\"\n");
-  EXPECT_EQ(get(&read), 0);
-  EXPECT_EQ(read, -12);
-  WriteFile(kProgressFile, key + "=\"12x\"\n");
-  EXPECT_EQ(get(&read), 0);
-  EXPECT_EQ(read, 12);
-  EXPECT_EQ(log.Take(), "");
+class BindingProgress : public Logged {
+ protected:
+  // For either kind of progress: its functions, its key and its word.
+  template <typename Progress>
+  void ExpectKept(int (*get)(Progress*), int (*set)(Progress), const std::string& key,
+                  const std::string& word) {
+    Progress read{99};
+    WriteFile(kProgressFile, "OTHER=\"1\"\n");
+    EXPECT_EQ(Outcome(set(Progress{-12})), "0");
+    EXPECT_EQ(ReadFile(kProgressFile), "OTHER=\"1\"\n" + key + "=\"-12\"\n");
+    EXPECT_EQ(Outcome(get(&read)), "0");
+    EXPECT_EQ(read, -12);
+    WriteFile(kProgressFile, key + "=\"12x\"\n");
+    EXPECT_EQ(get(&read), 0);
+    EXPECT_EQ(read, 12);
 
-  const std::string line = " " + word + " progress \\[0x[0-9A-F]{4} .*:[0-9]+\\]";
-  unlink(kProgressFile);
-  EXPECT_EQ(get(&read), -1);
-  EXPECT_EQ(read, 0);
-  EXPECT_THAT(log.Take(), MatchesRegex("ERROR ha: Failed to get" + line));
-  mkdir(kProgressFile, 0755);
-  EXPECT_EQ(set(Progress{3}), -1);
-  EXPECT_THAT(log.Take(), MatchesRegex("ERROR ha: Failed to set" + line));
-  rmdir(kProgressFile);
-}
+    const std::string line = " " + word + " progress \\[0x[0-9A-F]{4} .*:[0-9]+\\]";
+    unlink(kProgressFile);
+    EXPECT_THAT(Outcome(get(&read)), MatchesRegex("-1 ERROR ha: Failed to get" + line));
+    EXPECT_EQ(read, 0);
+    mkdir(kProgressFile, 0755);
+    EXPECT_THAT(Outcome(set(Progress{3})), MatchesRegex("-1 ERROR ha: Failed to set" + line));
+    rmdir(kProgressFile);
+  }
+};
 
-TEST(BindingProgress, IsKeptAsANumberBesideOtherKeysAndZeroOnFailure) {
+TEST_F(BindingProgress, IsKeptAsANumberBesideOtherKeysAndZeroOnFailure) {
   ExpectKept(BindingProgressGet, BindingProgressSet, "BINDING", "binding");
   ExpectKept(UnbindingProgressGet, UnbindingProgressSet, "UNBINDING", "unbinding");
 }
 
-TEST(IsBinding, FollowsTheMarkerThenTheProgress) {
-  const struct {
-    bool marker;
-    const char* progress;
-    int result;
-    bool logged;
-  } cases[] = {{true, "BINDING=\"7\"\n", 1, false},
-               {false, "BINDING=\"7\"\n", 0, false},
-               {false, "BINDING=\"3\"\n", 1, false},
-               {false, "UNBINDING=\"3\"\n", 0, true}};
-  LogCapture log;
-  EXPECT_EQ(HAIsBinding(), 0) << "without a file";
-  for (const auto& [marker, progress, result, logged] : cases) {
-    unlink(kPassiveMarker);
-    if (marker) WriteFile(kPassiveMarker, "");
-    WriteFile(kProgressFile, progress);
-    EXPECT_EQ(HAIsBinding(), result);
-    EXPECT_EQ(!log.Take().empty(), logged);
-  }
+TEST_F(BindingProgress, IsGoingOnByTheMarkerAndThenTheNumber) {
+  EXPECT_EQ(Outcome(HAIsBinding()), "0") << "without a file";
+  WriteFile(kProgressFile, "UNBINDING=\"3\"\n");
+  EXPECT_THAT(Outcome(HAIsBinding()), StartsWith("0 ERROR ha: Failed to get binding progress"));
+  WriteFile(kProgressFile, "BINDING=\"3\"\n");
+  EXPECT_EQ(Outcome(HAIsBinding()), "1");
+  WriteFile(kProgressFile, "BINDING=\"7\"\n");
+  EXPECT_EQ(Outcome(HAIsBinding()), "0");
+  WriteFile(kPassiveMarker, "");
+  EXPECT_EQ(Outcome(HAIsBinding()), "1");
 }
 
 std::string Entry(const std::string& family, int index, const std::string& flag = "true") {
@@ -69,8 +59,9 @@ std::string Entry(const std::string& family, int index, const std::string& flag 
          "\n";
 }
 
-TEST(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve) {
-  LogCapture log;
+using NetInfo = Logged;
+
+TEST_F(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve) {
   HA_NET_INFO list[13], before;
   memset(&before, '?', sizeof before);
   list[3] = list[12] = before;
@@ -91,19 +82,12 @@ TEST(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve)
   EXPECT_STREQ(list[11].ifName, "ha_bond_5");
   EXPECT_EQ(memcmp(&list[12], &before, sizeof before), 0);
   log.Take();
-  for (const int result : {TAVOHAGetHANetinfo(nullptr, 12), TAVOHAGetHANetinfo(list, 11)}) {
-    EXPECT_EQ(result, -1);
-  }
-  EXPECT_EQ(log.Take(), "ERROR ha: Invalid argument; ERROR ha: Invalid argument");
+  EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(nullptr, 12)), "-1 ERROR ha: Invalid argument");
+  EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(list, 11)), "-1 ERROR ha: Invalid argument");
 
   const std::string x(40, 'x');
   SetConf("ha_if0=" + x + "\nha_ip0=" + x + "\nha_netmask0=" + x +
           "\nha_if_enabled0=true\nha_bond_if_enabled0=true\n");
-  ASSERT_EQ(TAVOHAGetHANetinfo(list, 12), 2) << "one has no texts";
-  EXPECT_EQ(list[0].ifName, x.substr(0, 15));
-  EXPECT_EQ(list[0].ip, x.substr(0, 19));
-  EXPECT_EQ(list[0].netmask, x.substr(0, 19));
-  EXPECT_STREQ(list[1].ifName, "");
   const std::string error = "ERROR ha: Failed to get ", from = " from conf. ";
   std::string lines =
       error + "if" + from + "0.; " + error + "ip" + from + "0.; " + error + "if" + from + "0.";
@@ -111,7 +95,11 @@ TEST(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve)
     const std::string end = from + std::to_string(i) + ".";
     lines += "; " + error + "if" + end + "; " + error + "bond if" + end;
   }
-  EXPECT_EQ(log.Take(), lines);
+  EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(list, 12)), "2 " + lines) << "one has no texts";
+  EXPECT_EQ(list[0].ifName, x.substr(0, 15));
+  EXPECT_EQ(list[0].ip, x.substr(0, 19));
+  EXPECT_EQ(list[0].netmask, x.substr(0, 19));
+  EXPECT_STREQ(list[1].ifName, "");
 }
 
 TEST(AddressConflict, IsALineOfEitherListAndNothingElse) {
