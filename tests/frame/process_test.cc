@@ -7,7 +7,7 @@
 #include <climits>
 
 #include "platform/tavlib.h"
-#include "tests/support/test.h"
+#include "tests/frame/logged.h"
 
 namespace {
 
@@ -73,24 +73,24 @@ TEST(Priority, FallsBackToTheLegacyFileAndRecordsWhatIsUnset) {
   EXPECT_EQ(TAVLIBErrGet(), 0x0A00);
 }
 
-TEST(Priority, IsRaisedForCallersByTheirName) {
-  LogCapture log;
+using RaisedPriority = Logged;
+
+TEST_F(RaisedPriority, IsForCallersByTheirName) {
   CoverProcFile("cmdline", "");
-  for (const auto& [name, boosted] : {std::pair("tavoscgi_TAVO.Storage.CGI.", 1),
-                                      {"tavoscgi_TAVO.Core.Storage.Disk", 1},
-                                      {"tavoscgi_TAVO.Core.Storage", 0},
-                                      {"/bin/tavoscgi_TAVO.Storage.CGI.", 0}}) {
+  for (const auto& [name, boosted] : {std::pair("tavoscgi_TAVO.Storage.CGI.", "1"),
+                                      {"tavoscgi_TAVO.Core.Storage.Disk", "1"},
+                                      {"tavoscgi_TAVO.Core.Storage", "0"},
+                                      {"/bin/tavoscgi_TAVO.Storage.CGI.", "0"}}) {
     WriteFile("/run/cmdline", std::string(name) + '\0' + "argument");
     SetRunning(true);
-    EXPECT_EQ(TAVOHAChkIfChangePriority(), boosted) << name;
+    EXPECT_EQ(Outcome(TAVOHAChkIfChangePriority()), boosted) << name;
     SetRunning(false);
-    EXPECT_EQ(TAVOHAChkIfChangePriority(), 0) << "HA does not run";
+    EXPECT_EQ(Outcome(TAVOHAChkIfChangePriority()), "0") << "HA does not run";
   }
-  EXPECT_EQ(log.Take(), "");
   WriteFile("/run/cmdline", "");
   SetRunning(true);
-  EXPECT_EQ(TAVOHAChkIfChangePriority(), 0);
-  EXPECT_EQ(log.Take(), "ERROR ha_check_if_change_priority: Failed to get cmdline");
+  EXPECT_EQ(Outcome(TAVOHAChkIfChangePriority()),
+            "0 ERROR ha_check_if_change_priority: Failed to get cmdline");
 }
 
 }  // namespace
