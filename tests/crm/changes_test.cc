@@ -95,7 +95,7 @@ TEST_F(Constraints, ABusyLockIsWaitedForThenReportedAndHeldToTheEnd) {
       EXPECT_EQ(c.change(), 0);
       EXPECT_THAT(Done(), StartsWith(Then({Times(busy ? 10 : 0, "pause 1"), c.first_command})));
       const auto reported = HasSubstr("ERROR " + c.message);
-      EXPECT_THAT(Logged(), busy ? Matcher<Story>(reported) : Not(reported));
+      EXPECT_THAT(Log(), busy ? Matcher<Story>(reported) : Not(reported));
       HAFileUnlock(&held);
     }
   }
@@ -159,8 +159,8 @@ TEST_F(IPResource, AnAgentForWhichThereIsNoProcessIsReportedAsSuch) {
   waitpid(child, &status, 0);
   if (WEXITSTATUS(status) == 2) GTEST_SKIP() << "needs a second user";
   EXPECT_EQ(WEXITSTATUS(status), 1);
-  EXPECT_THAT(Logged(), EndsWith("ERROR Failed to fork process: Resource temporarily "
-                                 "unavailable; ERROR Failed to stop ip"));
+  EXPECT_THAT(Log(), EndsWith("ERROR Failed to fork process: Resource temporarily "
+                              "unavailable; ERROR Failed to stop ip"));
 }
 
 TEST_F(IPResource, CleaningUpGoesThroughEveryTargetAndWaitsForNoneThatIsClean) {

@@ -80,8 +80,8 @@ TEST_F(DefaultConfiguration, TheToolGetsTheWholeScriptAndNobodyElseAHandOnIt) {
   EXPECT_FALSE(Exists(kScript));
   mkdir(kScript, 0755);
   EXPECT_EQ(HACrmConfInit(0), -1);
-  EXPECT_THAT(Logged(), EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: Is a directory; "
-                                 "ERROR Failed to prepare default conf"));
+  EXPECT_THAT(Log(), EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: Is a directory; "
+                              "ERROR Failed to prepare default conf"));
 }
 
 }  // namespace

@@ -96,7 +96,7 @@ TEST_F(Nodes, AreAskedForByTheirHostNames) {
         "DEBUG HACrmIsNodeExist: 2; INFO Query node existence with XPath: //node[@id=\"nas-b\"]");
     EXPECT_EQ(HACrmHasFailedOp(NODE_TYPE_REMOTE), status == 0);
     EXPECT_EQ(Done(), "failed nas-b");
-    Logged();
+    Log();
   }
   SetConf("host1=nas-a\n");
   Expect(HACrmIsNodeExist(NODE_TYPE_REMOTE) + HACrmHasFailedOp(NODE_TYPE_REMOTE), 0, "");
