@@ -32,30 +32,26 @@ TEST(Text, IsCutAtTheBufferOrAt4095Characters) {
 using LocalHostname = Logged;
 
 TEST_F(LocalHostname, PrefersSavedNamesToTheLiveOne) {
-  const struct {
-    const char* live;
-    std::optional<std::string> saved, saved_for_good;  // none: no such file
-    int result;
-    std::string name;
-  } cases[] = {{"node1.example", {}, {}, 1, "node1"},
-               {"live", "saved", "good", 1, "saved"},
-               {"live", "saved\nmore\n", {}, 1, "saved\n"},
-               {"live", {}, "good", 1, "good"},
-               {"live", "", "good", 1, "live"},
-               {"live", "\0x"s, {}, 1, "live"},
-               {"live", std::string(100, 's'), {}, 1, std::string(63, 's')},
-               {".example", "", {}, 0, ""}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    ASSERT_EQ(sethostname(c.live, strlen(c.live)), 0);
+  using File = std::optional<std::string>;  // none: no such file
+  const std::tuple<std::string, File, File, int, std::string> cases[] = {
+      {"node1.example", {}, {}, 1, "node1"},
+      {"live", "saved", "good", 1, "saved"},
+      {"live", "saved\nmore\n", {}, 1, "saved\n"},
+      {"live", {}, "good", 1, "good"},
+      {"live", "", "good", 1, "live"},
+      {"live", "\0x"s, {}, 1, "live"},
+      {"live", std::string(100, 's'), {}, 1, std::string(63, 's')},
+      {".example", "", {}, 0, ""}};
+  for (const auto& [live, saved, saved_for_good, result, expected] : cases) {
+    ASSERT_EQ(sethostname(live.c_str(), live.size()), 0);
     unlink(kSaved);
     unlink(kSavedForGood);
-    if (c.saved) WriteFile(kSaved, *c.saved);
-    if (c.saved_for_good) WriteFile(kSavedForGood, *c.saved_for_good);
+    if (saved) WriteFile(kSaved, *saved);
+    if (saved_for_good) WriteFile(kSavedForGood, *saved_for_good);
     char name[64] = "before";
-    EXPECT_EQ(GetLocalHostname(name), c.result);
-    EXPECT_EQ(name, c.name);
-    EXPECT_EQ(GetLocalHostname(), c.name);
+    EXPECT_EQ(GetLocalHostname(name), result);
+    EXPECT_EQ(name, expected);
+    EXPECT_EQ(GetLocalHostname(), expected);
   }
 }
 
@@ -77,12 +73,10 @@ TEST_F(LocalHostname, ReportsWhyThereIsNoLiveName) {
 using InterfaceName = Logged;
 
 TEST_F(InterfaceName, IsTakenApart) {
-  const struct {
-    std::string name;
-    int result, type, index;
-  } cases[] = {{"eth0", 0, 0, 0},      {"bond1", 0, 1, 1},   {"ovs_eth12", 0, 2, 12},
-               {"ovs_bond3", 0, 3, 3}, {"eth123", 0, 0, 12}, {"ethx", -1, 0, -7},
-               {"lo", -1, 4, -7},      {"", -1, 4, -7},      {"ovs_bond_long9", -1, 3, -7}};
+  const std::tuple<std::string, int, int, int> cases[] = {
+      {"eth0", 0, 0, 0},      {"bond1", 0, 1, 1},   {"ovs_eth12", 0, 2, 12},
+      {"ovs_bond3", 0, 3, 3}, {"eth123", 0, 0, 12}, {"ethx", -1, 0, -7},
+      {"lo", -1, 4, -7},      {"", -1, 4, -7},      {"ovs_bond_long9", -1, 3, -7}};
   for (const auto& [name, result, type, index] : cases) {
     HA_IF_NAME_INFO info{-7, -7};
     EXPECT_EQ(Outcome(HAGetInterfaceTypeAndIndex(name.c_str(), info)),
@@ -125,18 +119,16 @@ using RemoveFirstLine = Logged;
 
 TEST_F(RemoveFirstLine, MovesTheLineFromTheFileToTheBuffer) {
   const std::string rest = std::string(100000, 'x') + "\nb\0c\nno end"s;
-  const struct {
-    std::string before, line, after;
-  } cases[] = {{"one", "one", ""},
-               {"", "before", ""},
-               {"longer than the buffer\nrest", "longer t", "rest"},
-               {"a\n" + rest, "a\n", rest}};
-  for (const auto& c : cases) {
-    WriteFile("/var/lib/ha/list", c.before);
+  for (const auto& [before, removed, after] :
+       {std::tuple("a\n" + rest, "a\n", rest),
+        {"one", "one", ""},
+        {"", "before", ""},
+        {"longer than the buffer\nrest", "longer t", "rest"}}) {
+    WriteFile("/var/lib/ha/list", before);
     char line[9] = "before";
     EXPECT_EQ(FileRemoveFirstLine("/var/lib/ha/list", line, sizeof line), 0);
-    EXPECT_EQ(line, c.line);
-    EXPECT_EQ(ReadFile("/var/lib/ha/list"), c.after);
+    EXPECT_STREQ(line, removed);
+    EXPECT_EQ(ReadFile("/var/lib/ha/list"), after);
   }
   EXPECT_EQ(Shell("stat -c %a /var/lib/ha/list").output, "600\n");
 
