@@ -13,16 +13,12 @@ constexpr char kBothNodes[] =
 using OriginalHostname = Logged;
 
 TEST_F(OriginalHostname, IsTheRecordedOneWhileHaRunsAndElseTheKernelsShortOne) {
-  const struct {
-    bool running;
-    const char *saved, *live, *local, *remote;
-  } cases[] = {{true, "nas-a", "x", "nas-a", "nas-b"},
-               {false, "nas-a", "nas-x.example.org", "nas-x", "nas-x"},
-               {false, "nas-a", ".example.org", "", ""}};
-  for (const auto& [running, saved, live, local, remote] : cases) {
+  for (const auto& [running, live, local, remote] : {std::tuple(true, "x", "nas-a", "nas-b"),
+                                                     {false, "nas-x.example.org", "nas-x", "nas-x"},
+                                                     {false, ".example.org", "", ""}}) {
     SetRunning(running);
     SetConf(kBothNodes);
-    WriteFile("/tmp/.ha.hostname.original", saved);
+    WriteFile("/tmp/.ha.hostname.original", "nas-a");
     ASSERT_EQ(sethostname(live, strlen(live)), 0);
     char name[64] = "unset";
     EXPECT_EQ(TAVOHAGetOriginalHostname(name, sizeof name, 2), 0);

@@ -47,12 +47,7 @@ TEST_F(Interfaces, RelatedInfoFailsWithItsLineOrRecord) {
   ASSERT_EQ(AddInterface("eth0") + AddInterface("eth2"), "");
   ASSERT_EQ(SetAddress("eth2:HA", "10.0.0.1", "255.0.0.0"), "");
   const std::string eth2 = "ha_if2=\"eth2\"\nha_if_enabled2=\"true\"\n";
-  const struct {
-    const char* ifname;
-    std::string conf;
-    int address_size, netmask_size, record;
-    std::string line;
-  } cases[] = {
+  const std::tuple<const char*, std::string, int, int, int, std::string> cases[] = {
       {"eth0", kEth0, 0, 0, 0x0D00, ""},
       {nullptr, "", 16, 16, -1, "ERROR: Failed to get HA main interface"},
       {nullptr, "ha_if_main=\"\"\n", 16, 16, 0x0D00, ""},
@@ -95,20 +90,15 @@ TEST_F(Interfaces, MacIsTheRecordedOneOrTheKernelsOrFailsWithItsLine) {
 
   ASSERT_EQ(AddInterface("ovs_eth1"), "");
   const std::string hardware = Shell("ip -br link show ovs_eth1 | awk '{printf $3}'").output;
-  const struct {
-    bool running;
-    unsigned size;
-    const char* conf;
-    std::string mac;
-  } cases[] = {{true, 18, kRecorded, "00:11:22:33:44:AA"},
-               {true, 18, "", hardware},
-               {false, 9, kRecorded, hardware.substr(0, 8)}};
-  for (const auto& c : cases) {
-    SetRunning(c.running);
-    SetConf(c.conf);
-    EXPECT_EQ(Outcome(TAVOHAGetMac(1, mac, c.size)),
-              c.running ? "0" : "0 INFO conf: HA is not running");
-    EXPECT_EQ(mac, c.mac);
+  for (const auto& [running, size, conf, expected] :
+       {std::tuple(true, 18U, "", hardware),
+        {true, 18U, kRecorded, "00:11:22:33:44:AA"},
+        {false, 9U, kRecorded, hardware.substr(0, 8)}}) {
+    SetRunning(running);
+    SetConf(conf);
+    EXPECT_EQ(Outcome(TAVOHAGetMac(1, mac, size)),
+              running ? "0" : "0 INFO conf: HA is not running");
+    EXPECT_EQ(mac, expected);
   }
 }
 
