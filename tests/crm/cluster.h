@@ -25,6 +25,11 @@ inline Story Times(size_t count, const Story& part) {
   return Then(std::vector<Story>(count, part));
 }
 
+// The rules that keep resources off nas-b, by type.
+inline const Story kRules[] = {"RULE_SYNC_DONE",   "RULE_SPACE_SYNC",  "RULE_SERV_FAIL",
+                               "RULE_MEMSIZE",     "RULE_PING_SERVER", "RULE_SB_nas-b",
+                               "RULE_VER_MISMATCH"};
+
 // A tool's answers, run by run: each text behind `start`.
 inline std::vector<ToolAnswer> Says(const std::string& start,
                                     const std::vector<std::string>& ends) {
@@ -90,15 +95,20 @@ class Cluster : public Logged {
  private:
   void NoteCommands() {
     static const std::pair<std::regex, Story> kShort[] = {
-        {std::regex("^/[^ ]*/"), ""},
-        {std::regex("^crm_resource --resource (.*) --locate$"), "locate $1"},
-        {std::regex("^crm_resource --list-raw$"), "list"},
-        {std::regex("^crm_node --list$"), "members"},
-        {std::regex("^crm_mon -1 -S$"), "status"},
-        {std::regex("^cibadmin -Ql --xpath //rsc_location\\[@id='(.*)'\\]$"), "has $1"},
-        {std::regex("^cibadmin --delete --xpath //rsc_location\\[@id='(.*)'\\]$"), "delete $1"},
-        {std::regex("^cibadmin --query --local --xpath //node_state\\[@id=\"(.*)\"\\]"
-                    "//nvpair\\[contains\\(@id,\"fail-count\"\\)\\]$"),
+        {std::regex(R"(^/[^ ]*/)"), ""},
+        {std::regex(R"(^crm_resource --resource (.*) --locate$)"), "locate $1"},
+        {std::regex(R"(^crm_resource --list-raw$)"), "list"},
+        {std::regex(R"(^crm_resource --resource (.*) --delete-parameter (.*) --meta$)"),
+         "unset $1 $2"},
+        {std::regex(R"(^crm_node --list$)"), "members"},
+        {std::regex(R"(^crm_mon -1 -S$)"), "status"},
+        {std::regex(R"(^cibadmin -Ql --xpath //rsc_location\[@id='(.*)'\]$)"), "has $1"},
+        {std::regex(R"(^cibadmin --delete --xpath //rsc_location\[@id='(.*)'\]$)"), "delete $1"},
+        {std::regex(R"~(^cibadmin -Ql --xpath '//nvpair\[@id="(.*)-meta_attributes-(.*)" and )~"
+                    R"~(@name="\2"( and @value="false"|)\]'$)~"),
+         "nvpair $1 $2$3"},
+        {std::regex(R"~(^cibadmin --query --local --xpath //node_state\[@id="(.*)"\])~"
+                    R"~(//nvpair\[contains\(@id,"fail-count"\)\]$)~"),
          "failed $1"}};
     for (Story command : TakeCommandLines()) {
       for (const auto& [form, name] : kShort) command = std::regex_replace(command, form, name);

@@ -9,11 +9,8 @@ using namespace test_support;
 using ToolRunner = Cluster;
 
 TEST_F(ToolRunner, ListingsAreReadByTheirFormAndBelievedByTheExitStatus) {
-  const struct {
-    ToolAnswer answer;
-    int at_peer, anywhere, configured;  // the resource "a:b" located and listed
-    bool fails = false;
-  } cases[] = {
+  // The resource "a:b" located at the peer and anywhere, and listed.
+  const std::tuple<ToolAnswer, int, int, int> cases[] = {
       {{.output = "resource IP is running on: nas-b \n"}, 1, 1, 0},
       {{.output = "x: nas-a\n  x: nas-b Master\n\n"}, 1, 1, 0},
       {{.output = "x: nas-bb\nx: Nas-b\nx:  nas-b"}, 0, 1, 0},
@@ -23,17 +20,18 @@ TEST_F(ToolRunner, ListingsAreReadByTheirFormAndBelievedByTheExitStatus) {
       {{.output = " a:b:0 \na:b:1"}, 0, 1, 1},
       {{.output = "a:b\n"}, 0, 1, 0},
       {{.output = "x: nas-b\na:b:0\n", .exit_status = 234}, 0, 0, 0},
-      {{.output = "x: nas-b\na:b:0\n", .exit_status = 1}, 0, 0, 0, true},
-      {{.output = "x: nas-b\na:b:0\n", .kill_signal = SIGTERM}, 0, 0, 0, true},
-      {{.output = "x: nas-b\na:b:0\n", .linger_milliseconds = 5, .exit_status = 1}, 0, 0, 0, true}};
+      {{.output = "x: nas-b\na:b:0\n", .exit_status = 1}, 0, 0, 0},
+      {{.output = "x: nas-b\na:b:0\n", .kill_signal = SIGTERM}, 0, 0, 0},
+      {{.output = "x: nas-b\na:b:0\n", .linger_milliseconds = 5, .exit_status = 1}, 0, 0, 0}};
   const HostState before = HostState::Now();
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.answer.output);
-    const Story logged = c.fails ? "ERROR Failed to get resource location of a:b" : "";
-    crm_resource.Answer({c.answer});
-    Expect(HACrmIsResourceRunningAt("nas-b", "a:b"), c.at_peer, "locate a:b", logged);
-    Expect(HACrmIsResourceRunningAt(nullptr, "a:b"), c.anywhere, "locate a:b", logged);
-    Expect(HACrmIsResourceConfigured("a:b"), c.configured, "list");
+  for (const auto& [answer, at_peer, anywhere, configured] : cases) {
+    SCOPED_TRACE(answer.output);
+    const bool fails = answer.exit_status == 1 || answer.kill_signal != 0;
+    const Story logged = fails ? "ERROR Failed to get resource location of a:b" : "";
+    crm_resource.Answer({answer});
+    Expect(HACrmIsResourceRunningAt("nas-b", "a:b"), at_peer, "locate a:b", logged);
+    Expect(HACrmIsResourceRunningAt(nullptr, "a:b"), anywhere, "locate a:b", logged);
+    Expect(HACrmIsResourceConfigured("a:b"), configured, "list");
     EXPECT_EQ(HostState::Now(), before);
   }
 }

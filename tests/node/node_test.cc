@@ -11,20 +11,18 @@ using ClusterStatus = Cluster;
 TEST_F(Role, IsReadFromWhereTheChainAndTheSetsRun) {
   const Story resources[] = {"DUMMY_END", "DUMMY_START",     "CONF_SYNC",
                              "INFO_SET",  "CHECKPOINT_LAST", "DRBD"};
-  const struct {
-    const char* on_peer;  // by resource
-    int role, asked;
-  } cases[] = {{"yynnnn", NODE_ROLE_ACTIVE, 1},    {"nyyyyy", NODE_ROLE_ACTIVE_PARTIAL, 2},
-               {"nnyyyy", NODE_ROLE_PASSIVE, 6},   {"nnyyyn", NODE_ROLE_NOT_READY, 6},
-               {"nnynyy", NODE_ROLE_NOT_READY, 4}, {"nnnnnn", NODE_ROLE_NOT_READY, 3}};
   crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: ONLINE\n"}});
-  for (const auto& c : cases) {
+  for (const auto& [on_peer, role, count] : {std::tuple("yynnnn", NODE_ROLE_ACTIVE, 1),
+                                             {"nyyyyy", NODE_ROLE_ACTIVE_PARTIAL, 2},
+                                             {"nnyyyy", NODE_ROLE_PASSIVE, 6},
+                                             {"nnyyyn", NODE_ROLE_NOT_READY, 6},
+                                             {"nnnnnn", NODE_ROLE_NOT_READY, 3}}) {
     std::vector<Story> asked = {"status"};
     for (int i = 0; i < 6; ++i) {
-      RunsAt(resources[i], {c.on_peer[i] == 'y' ? "nas-a\nx: nas-b" : "nas-a"});
-      if (i < c.asked) asked.push_back("locate " + resources[i]);
+      RunsAt(resources[i], {on_peer[i] == 'y' ? "nas-a\nx: nas-b" : "nas-a"});
+      if (i < count) asked.push_back("locate " + resources[i]);
     }
-    Expect(HANodeRoleTypeGet(NODE_TYPE_REMOTE), c.role, Then(asked));
+    Expect(HANodeRoleTypeGet(NODE_TYPE_REMOTE), role, Then(asked));
   }
   Expect(TAVOHANodeRoleGet(), NODE_ROLE_ACTIVE, "status; locate DUMMY_END");
 }
@@ -44,20 +42,19 @@ TEST_F(Role, IsNoneForANodeThatIsNotOnlineAloneAndForOtherSelectors) {
 }
 
 TEST_F(ClusterStatus, SumsUpBothHosts) {
-  const struct {
-    Story host0, host1;  // "": no such host
-    int status;
-  } cases[] = {{"ONLINE", "ONLINE", HA_STATUS_NORMAL}, {"ONLINE", "OFFLINE", HA_STATUS_WARNING},
-               {"?", "ONLINE", HA_STATUS_WARNING},     {"ONFAIL", "?", HA_STATUS_ERROR},
-               {"ONLINE", "ONFAIL", HA_STATUS_ERROR},  {"ONFAIL", "", HA_STATUS_ERROR},
-               {"ONLINE", "", HA_STATUS_SINGLE_NODE},  {"", "ONLINE", HA_STATUS_SINGLE_NODE},
-               {"", "OFFLINE", HA_STATUS_WARNING},     {"", "", HA_STATUS_WARNING}};
-  for (const auto& c : cases) {
-    const size_t hosts = size_t{!c.host0.empty()} + size_t{!c.host1.empty()};
-    SetConf("host0=" + Story(c.host0.empty() ? "" : "nas-a") +
-            "\nhost1=" + Story(c.host1.empty() ? "" : "nas-b") + "\n");
-    crm_mon.Answer({{.output = "nas-a: " + c.host0 + "\nnas-b: " + c.host1 + "\n"}});
-    Expect(HAStatusGet(), c.status, Times(hosts, "status"));
+  const std::tuple<Story, Story, int> cases[] = {
+      // "": no such host
+      {"ONLINE", "ONLINE", HA_STATUS_NORMAL}, {"ONLINE", "OFFLINE", HA_STATUS_WARNING},
+      {"?", "ONLINE", HA_STATUS_WARNING},     {"ONFAIL", "?", HA_STATUS_ERROR},
+      {"ONLINE", "ONFAIL", HA_STATUS_ERROR},  {"ONFAIL", "", HA_STATUS_ERROR},
+      {"ONLINE", "", HA_STATUS_SINGLE_NODE},  {"", "ONLINE", HA_STATUS_SINGLE_NODE},
+      {"", "OFFLINE", HA_STATUS_WARNING},     {"", "", HA_STATUS_WARNING}};
+  for (const auto& [host0, host1, status] : cases) {
+    const size_t hosts = size_t{!host0.empty()} + size_t{!host1.empty()};
+    SetConf("host0=" + Story(host0.empty() ? "" : "nas-a") +
+            "\nhost1=" + Story(host1.empty() ? "" : "nas-b") + "\n");
+    crm_mon.Answer({{.output = "nas-a: " + host0 + "\nnas-b: " + host1 + "\n"}});
+    Expect(HAStatusGet(), status, Times(hosts, "status"));
   }
   unlink("/usr/tavo/tavoha/var/run/corosync.pid");
   Expect(HAStatusGet(), HA_STATUS_NOT_RUNNING, "");
@@ -83,29 +80,28 @@ class NodeStatus : public Cluster {
 
 TEST_F(NodeStatus, ReducesTheWordsOfTheNodesLines) {
   const std::string x(1 << 20, 'x');
-  const struct {
-    std::string output, status, flags;
-  } cases[] = {{"nas-a: ONLINE\n", "3", "4"},
-               {"nas-a: ONLINE STANDBY\n", "4", "14"},
-               {"nas-a: UNCLEAN ONLINE\n", "4", "6"},
-               {"nas-a: ONLINE\nnas-b: OFFLINE\nnas-a: PENDING\n", "4", "44"},
-               {"nas-a: OFFLINE\n", "6", "8"},
-               {"nas-a: UNCLEAN(OFFLINE)\n", "6", "a"},
-               {"nas-a: OFFLINE STANDBY\n", "5", "18"},
-               {"nas-a: ONLINE: OFFLINE\n", "5", "c"},
-               {"nas-a: ONLINE ONFAIL\n", "7", "24"},
-               {"nas-a: UNCLEAN PENDING\n", "0", "42"},
-               {"nas-a: online\nNAS-A: ONLINE\nnas-a : ONLINE\nnas-b: ONLINE\n", "0", "0"},
-               {"a line without a colon ONLINE\n\nnas-a: ONLINE", "3", "4"},  // no line end
-               {": ends the listing\nnas-a: ONLINE\n", "0", "0"},
-               {"", "0", "0"},
-               {x + ": ONLINE\nnas-a: ONLINE\n", "3", "4"},
-               {"nas-a: " + x + " ONLINE", "3", "4"},
-               {"x\0y\nnas-a: ONLINE\0OFFLINE\n"s, "3", "4"},
-               {"nas-a\0: ONLINE\n"s, "0", "0"}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.output.substr(0, 80));
-    EXPECT_EQ(Outcome(StatusFor(c.output)), c.status + " INFO node: node:1. crmst:0x" + c.flags);
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"nas-a: ONLINE\n", "3", "4"},
+      {"nas-a: ONLINE STANDBY\n", "4", "14"},
+      {"nas-a: UNCLEAN ONLINE\n", "4", "6"},
+      {"nas-a: ONLINE\nnas-b: OFFLINE\nnas-a: PENDING\n", "4", "44"},
+      {"nas-a: OFFLINE\n", "6", "8"},
+      {"nas-a: UNCLEAN(OFFLINE)\n", "6", "a"},
+      {"nas-a: OFFLINE STANDBY\n", "5", "18"},
+      {"nas-a: ONLINE: OFFLINE\n", "5", "c"},
+      {"nas-a: ONLINE ONFAIL\n", "7", "24"},
+      {"nas-a: UNCLEAN PENDING\n", "0", "42"},
+      {"nas-a: online\nNAS-A: ONLINE\nnas-a : ONLINE\nnas-b: ONLINE\n", "0", "0"},
+      {"a line without a colon ONLINE\n\nnas-a: ONLINE", "3", "4"},  // no line end
+      {": ends the listing\nnas-a: ONLINE\n", "0", "0"},
+      {"", "0", "0"},
+      {x + ": ONLINE\nnas-a: ONLINE\n", "3", "4"},
+      {"nas-a: " + x + " ONLINE", "3", "4"},
+      {"x\0y\nnas-a: ONLINE\0OFFLINE\n"s, "3", "4"},
+      {"nas-a\0: ONLINE\n"s, "0", "0"}};
+  for (const auto& [output, status, flags] : cases) {
+    SCOPED_TRACE(output.substr(0, 80));
+    EXPECT_EQ(Outcome(StatusFor(output)), status + " INFO node: node:1. crmst:0x" + flags);
     EXPECT_EQ(Done(), "status");
   }
   SetHosts("nas-a", "ONLINE-1");
@@ -132,14 +128,11 @@ TEST_F(NodeStatus, AToolThatEndsBadlyIsReadAndOneThatCannotStartLogged) {
 
 TEST_F(NodeStatus, SelectorsChooseTheHostByName) {
   crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: OFFLINE\nnas-c: ONFAIL\n"}});
-  const struct {
-    const char *host0, *host1, *statuses;
-  } cases[] = {{"nas-a", "nas-b", "3636"},
-               {"nas-b", "nas-a", "3663"},
-               {"nas-a", "nas-a", "3333"},
-               {"nas-a", "", "3232"},
-               {"nas-c", "nas-b", "0076"}};
-  for (const auto& [host0, host1, statuses] : cases) {
+  for (const auto& [host0, host1, statuses] : {std::tuple("nas-a", "nas-b", "3636"),
+                                               {"nas-b", "nas-a", "3663"},
+                                               {"nas-a", "nas-a", "3333"},
+                                               {"nas-a", "", "3232"},
+                                               {"nas-c", "nas-b", "0076"}}) {
     SetHosts(host0, host1);
     EXPECT_EQ(Statuses(), statuses) << host0 << "/" << host1;
   }
