@@ -35,21 +35,19 @@ std::optional<std::string> Get(const char* path, const char* key, int size = 1 <
 
 TEST(KeyValue, ReadsEveryLineFormAndPassesOverTheRest) {
   const std::string long_value(3 << 20, 'v');
-  const struct {
-    std::string text;
-    std::optional<std::string> value;  // of the key "k"
-  } kCases[] = {{"k=\"v\"", "v"},
-                {"\t k \t= \"v w\" \t\r\n", "v w"},
-                {"k= v \r\n", " v \r"},
-                {"k=\n", ""},
-                {"k=\"\"\n", ""},
-                {"k=\"\n", "\""},
-                {"k=a=\"b\"\n", "a=\"b\""},
-                {"k=first\nk=second\n", "first"},
-                {"#k=no\n # k=no\n=no\nk\nkk=no\nK=no\n[k]\nk=yes", "yes"},
-                {"k\0=no\n\0k=no\nk=a\0b\n"s, "a"},
-                {long_value + "\n\n" + long_value + "=x\nk=v", "v"},
-                {"", std::nullopt}};
+  const std::pair<std::string, std::optional<std::string>> kCases[] = {
+      {"k=\"v\"", "v"},
+      {"\t k \t= \"v w\" \t\r\n", "v w"},
+      {"k= v \r\n", " v \r"},
+      {"k=\n", ""},
+      {"k=\"\"\n", ""},
+      {"k=\"\n", "\""},
+      {"k=a=\"b\"\n", "a=\"b\""},
+      {"k=first\nk=second\n", "first"},
+      {"#k=no\n # k=no\n=no\nk\nkk=no\nK=no\n[k]\nk=yes", "yes"},
+      {"k\0=no\n\0k=no\nk=a\0b\n"s, "a"},
+      {long_value + "\n\n" + long_value + "=x\nk=v", "v"},
+      {"", std::nullopt}};
   for (const auto& [text, value] : kCases) {
     SCOPED_TRACE(text.substr(0, 80));
     WriteFile(kPath, text);
@@ -69,13 +67,12 @@ TEST(KeyValue, ReadsEveryLineFormAndPassesOverTheRest) {
 }
 
 TEST(KeyValue, RefusesWhatALineCannotCarryAndWritesNothing) {
-  const struct {
-    const char *format, *key, *value;
-  } kCases[] = {{nullptr, "k", "two\nlines"}, {kQuoted, "two\nlines", "v"}, {nullptr, "", "v"},
-                {nullptr, " k", "v"},         {nullptr, "#k", "v"},         {nullptr, "a=b", "v"},
-                {kIndented, "k", "\"v\""},    {"%s=%s", "k", "v"},          {"", "k", "v"},
-                {"%s=%s%s\n", "k", "v"},      {"%n=%s\n", "k", "v"},        {"%s=%s\n\n", "k", "v"},
-                {"#%s=%s\n", "k", "v"},       {"%s=%sx\n", "k", "v"}};
+  constexpr std::tuple<const char*, const char*, const char*> kCases[] = {
+      {nullptr, "k", "two\nlines"}, {kQuoted, "two\nlines", "v"}, {nullptr, "", "v"},
+      {nullptr, " k", "v"},         {nullptr, "#k", "v"},         {nullptr, "a=b", "v"},
+      {kIndented, "k", "\"v\""},    {"%s=%s", "k", "v"},          {"", "k", "v"},
+      {"%s=%s%s\n", "k", "v"},      {"%n=%s\n", "k", "v"},        {"%s=%s\n\n", "k", "v"},
+      {"#%s=%s\n", "k", "v"},       {"%s=%sx\n", "k", "v"}};
   WriteFile(kPath, "k=old\n");
   for (const auto& [format, key, value] : kCases) {
     SCOPED_TRACE(std::string(format ? format : "null") + " " + key + " " + value);
@@ -176,13 +173,9 @@ TEST(KeyValue, RecordsWhyWritingFails) {
   ASSERT_EQ(mount("small", "/tmp/kv", "tmpfs", 0, "size=64k"), 0);
   mkdir("/tmp/kv/directory", 0755);
   const std::string too_much(200'000, 'v');
-  const struct {
-    const char *path, *value;
-    int code;
-  } kCases[] = {{kPath, too_much.c_str(), 0x0B00},
-                {"/tmp/kv/directory", "v", 0x0900},
-                {"/tmp/kv/none/file", "v", 0x0700}};
-  for (const auto& [path, value, code] : kCases) {
+  for (const auto& [path, value, code] : {std::tuple(kPath, too_much.c_str(), 0x0B00),
+                                          {"/tmp/kv/directory", "v", 0x0900},
+                                          {"/tmp/kv/none/file", "v", 0x0700}}) {
     EXPECT_EQ(TAVLIBFileSetKeyValue(path, "k", value, nullptr), -1);
     EXPECT_EQ(TAVLIBErrGet(), code);
   }

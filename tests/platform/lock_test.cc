@@ -1,3 +1,4 @@
+#include <future>
 #include <numeric>
 
 #include "platform/tavlib.h"
@@ -8,12 +9,7 @@ namespace {
 using namespace test_support;
 
 // The result of a call made by another thread.
-template <typename Call>
-auto InThread(Call call) {
-  decltype(call()) result{};
-  std::thread([&] { result = call(); }).join();
-  return result;
-}
+int InThread(int (*call)()) { return std::async(std::launch::async, call).get(); }
 
 TEST(FileLock, ExcludesThreadsForAsLongAsAskedFor) {
   ASSERT_EQ(TAVLIBFileLock(0x105, 5), 0);

@@ -103,16 +103,14 @@ TEST_F(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelv
 }
 
 TEST(AddressConflict, IsALineOfEitherListAndNothingElse) {
-  const struct {
-    std::string local, remote;
-    int result;
-  } cases[] = {{"10.0.0.9\n10.0.0.1\n", "", 1},
-               {"", "\n  \n\t 10.0.0.1 \r", 1},
-               {"10.0.0.11\n", "110.0.0.1\n", 0},
-               {"10.0.0.1 10.0.0.2\n", "", 0},
-               {std::string(1023 - 8, ' ') + "10.0.0.1\n", "", 1},  // the longest line
-               {std::string(1024 - 8, ' ') + "10.0.0.1\n", "", 0},
-               {std::string(70000, 'x') + "\n10.0.0.1\n", "", 1}};
+  const std::tuple<std::string, std::string, int> cases[] = {
+      {"10.0.0.9\n10.0.0.1\n", "", 1},
+      {"", "\n  \n\t 10.0.0.1 \r", 1},
+      {"10.0.0.11\n", "110.0.0.1\n", 0},
+      {"10.0.0.1 10.0.0.2\n", "", 0},
+      {std::string(1023 - 8, ' ') + "10.0.0.1\n", "", 1},  // the longest line
+      {std::string(1024 - 8, ' ') + "10.0.0.1\n", "", 0},
+      {std::string(70000, 'x') + "\n10.0.0.1\n", "", 1}};
   for (const auto& [local, remote, result] : cases) {
     SCOPED_TRACE(local + "/" + remote);
     WriteFile("/var/lib/ha/ip.local", local);

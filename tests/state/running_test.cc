@@ -12,31 +12,25 @@ constexpr char kNotRunning[] = "/tmp/.ha.not.running";
 using Running = Logged;
 
 TEST_F(Running, IsDecidedByMarkersAndThenSettings) {
-  const struct {
-    bool running, not_running;
-    const char *defaults, *settings;
-    int result;
-    bool marker_after;
-  } cases[] = {{true, true, "", "", 1, true},
-               {true, false, "", "", 1, false},
-               {false, true, "support_ha=\"yes\"\n", "runha=\"yes\"\n", 0, true},
-               {false, false, "support_ha=yes\n", "x=1\n runha =yes\n", 1, false},
-               {false, false, "support_ha=\"yes\"\n", "", 0, true},
-               {false, false, "support_ha=\"yes\"\n", "runha=\"Yes\"\n", 0, true},
-               {false, false, "support_ha=\"no\"\n", "runha=\"yes\"\n", 0, true},
-               {false, false, nullptr, nullptr, 0, true}};
-  const auto put = [](const char* path, bool there, const char* content = "") {
+  const auto put = [](const char* path, bool there) {
     unlink(path);
-    if (there) WriteFile(path, content);
+    if (there) WriteFile(path, "");
   };
-  for (const auto& c : cases) {
-    put(kRunning, c.running);
-    put(kNotRunning, c.not_running);
-    put("/etc.defaults/tavoinfo.conf", c.defaults != nullptr, c.defaults);
-    put("/etc/tavoinfo.conf", c.settings != nullptr, c.settings);
-    EXPECT_EQ(TAVOHAIsRunning(), c.result);
-    EXPECT_EQ(Exists(kNotRunning), c.marker_after);
-    EXPECT_EQ(TAVOHAIsRunning(), c.result);
+  EXPECT_EQ(TAVOHAIsRunning(), 0) << "without settings";
+  for (const auto& [running, not_running, defaults, settings, result, marker_after] :
+       {std::tuple(true, true, "", "", 1, true),
+        {true, false, "", "", 1, false},
+        {false, true, "support_ha=\"yes\"\n", "runha=\"yes\"\n", 0, true},
+        {false, false, "support_ha=yes\n", "x=1\n runha =yes\n", 1, false},
+        {false, false, "support_ha=\"yes\"\n", "runha=\"Yes\"\n", 0, true},
+        {false, false, "support_ha=\"no\"\n", "runha=\"yes\"\n", 0, true}}) {
+    put(kRunning, running);
+    put(kNotRunning, not_running);
+    WriteFile("/etc.defaults/tavoinfo.conf", defaults);
+    WriteFile("/etc/tavoinfo.conf", settings);
+    EXPECT_EQ(TAVOHAIsRunning(), result);
+    EXPECT_EQ(Exists(kNotRunning), marker_after);
+    EXPECT_EQ(TAVOHAIsRunning(), result);
   }
 }
 
@@ -57,14 +51,12 @@ TEST_F(Running, EachStateHasItsMarkerAndBeingActiveNeedsHaToo) {
 
 TEST_F(Running, DaemonsLiveByTheirPidFilesAndOnlyAMismatchIsLogged) {
   const std::string alive = std::to_string(getpid()) + "\n";
-  const struct {
-    std::string corosync, pacemaker, both;
-  } cases[] = {{alive, alive, "1"},
-               {"", "noise", "0"},
-               {"0", "-1", "0"},
-               {alive, "4194999", "0 ERROR ha: ERROR. corosync:1. pcmk:0."},
-               {"99999999999999999999", alive, "0 ERROR ha: ERROR. corosync:0. pcmk:1."}};
-  for (const auto& [corosync, pacemaker, both] : cases) {
+  for (const auto& [corosync, pacemaker, both] :
+       {std::tuple(alive, alive, "1"),
+        {"", "noise", "0"},
+        {"0", "-1", "0"},
+        {alive, "4194999", "0 ERROR ha: ERROR. corosync:1. pcmk:0."},
+        {"99999999999999999999", alive, "0 ERROR ha: ERROR. corosync:0. pcmk:1."}}) {
     WriteFile(std::string(kDaemonFiles) + "corosync.pid", corosync);
     WriteFile(std::string(kDaemonFiles) + "pacemaker.pid", pacemaker);
     EXPECT_EQ(CrsyncIsRunning(), corosync == alive);
