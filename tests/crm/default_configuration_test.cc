@@ -35,27 +35,22 @@ TEST_F(DefaultConfiguration, AResetWaits32SecondsForTheLastResourceToGo) {
 TEST_F(DefaultConfiguration, ALoadCountsOnlyWithTenResourcesAndIsTriedThreeTimes) {
   const Story refused = "ERROR Failed to init default conf: 2.";
   const Story retry = "ERROR Retry to init default conf";
-  const struct {
-    std::vector<int> lists;
-    std::vector<ToolAnswer> loads;
-    int result;
-    size_t tries;
-    Story logged;
-  } cases[] = {{{0, 10}, {{}}, 0, 1, ""},
-               {{0, 10}, {{.exit_status = 2}}, 0, 1, refused},
-               {{0, 9, 10}, {{}}, 0, 2, retry},
-               {{0, 11},
-                {{}, {.exit_status = 2}, {}},
-                -1,
-                3,
-                Then({retry, refused, retry, "ERROR Failed to init default conf after retry"})}};
-  for (const auto& c : cases) {
-    Lists(c.lists);
-    crm.AnswerTo({"-f", kScript}, c.loads);
-    Expect(HACrmConfInit(0), c.result,
+  const std::tuple<std::vector<int>, std::vector<ToolAnswer>, int, size_t, Story> cases[] = {
+      {{0, 10}, {{}}, 0, 1, ""},
+      {{0, 10}, {{.exit_status = 2}}, 0, 1, refused},
+      {{0, 9, 10}, {{}}, 0, 2, retry},
+      {{0, 11},
+       {{}, {.exit_status = 2}, {}},
+       -1,
+       3,
+       Then({retry, refused, retry, "ERROR Failed to init default conf after retry"})}};
+  for (const auto& [lists, loads, result, tries, logged] : cases) {
+    Lists(lists);
+    crm.AnswerTo({"-f", kScript}, loads);
+    Expect(HACrmConfInit(0), result,
            Then({"crm configure erase; list; pause 10",
-                 Times(c.tries, "crm -f /tmp/crm_conf.xml; pause 5; list")}),
-           c.logged);
+                 Times(tries, "crm -f /tmp/crm_conf.xml; pause 5; list")}),
+           logged);
     EXPECT_FALSE(Exists(kScript));
   }
 }
@@ -71,22 +66,17 @@ TEST_F(DefaultConfiguration, TheToolGetsTheWholeScriptAndNobodyElseAHandOnIt) {
   unlink("/usr/bin/crm");
   WriteFile("/usr/bin/crm", "#!/bin/sh\n[ \"$1\" != -f ] || cp \"$2\" /tmp/seen\n");
   chmod("/usr/bin/crm", 0755);
-  for (const auto plant :
-       {+[] { return 0; }, +[] { return symlink("/tmp/precious", kScript); },
-        +[] { return link("/tmp/precious", kScript); }, +[] { return mkfifo(kScript, 0666); }}) {
-    const std::string precious(9999, 'x');
-    WriteFile("/tmp/precious", precious);
-    ASSERT_EQ(plant(), 0);
-    Lists({0, 10});
-    EXPECT_EQ(HACrmConfInit(0), 0);
-    EXPECT_EQ(ReadFile("/tmp/seen"), ReadFile(DEFAULT_CONFIGURATION));
-    EXPECT_EQ(ReadFile("/tmp/precious"), precious);
-    EXPECT_FALSE(Exists(kScript));
-  }
+  WriteFile("/tmp/precious", "another user's");
+  ASSERT_EQ(link("/tmp/precious", kScript), 0);
+  Lists({0, 10});
+  EXPECT_EQ(HACrmConfInit(0), 0);
+  EXPECT_EQ(ReadFile("/tmp/seen"), ReadFile(DEFAULT_CONFIGURATION));
+  EXPECT_EQ(ReadFile("/tmp/precious"), "another user's");
+  EXPECT_FALSE(Exists(kScript));
   mkdir(kScript, 0755);
   EXPECT_EQ(HACrmConfInit(0), -1);
-  EXPECT_THAT(Logged(), EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: Is a directory; "
-                                 "ERROR Failed to prepare default conf"));
+  EXPECT_THAT(Log(), EndsWith("ERROR Failed to fopen /tmp/crm_conf.xml: Is a directory; "
+                              "ERROR Failed to prepare default conf"));
 }
 
 }  // namespace

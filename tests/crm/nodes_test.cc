@@ -15,10 +15,7 @@ TEST_F(Nodes, OnlineMustHoldForTenSecondsAndIsCommandedAtMostSixTimes) {
   const Story held = "pause 10; status";
   const Story again = "pause 10; crm node online nas-b; status";
   const Story retry = "NOTICE node online retry: ";
-  const struct {
-    std::vector<std::string> peer;
-    Story done, logged;
-  } cases[] = {
+  const std::tuple<std::vector<std::string>, Story, Story> cases[] = {
       {{"ONLINE"}, "status", "DEBUG Remote node is online"},
       {{"?"}, "status", "DEBUG Remote node is online"},
       {{"OFFLINE", "ONLINE"}, Then({start, held}), ""},
@@ -32,9 +29,9 @@ TEST_F(Nodes, OnlineMustHoldForTenSecondsAndIsCommandedAtMostSixTimes) {
              "status"}),
        Then({retry + "0", retry + "1", retry + "2", retry + "3", retry + "4",
              "ERROR node online timeout: 7"})}};
-  for (const auto& c : cases) {
-    PeerIs(c.peer);
-    Expect(HACrmOnline(NODE_TYPE_REMOTE), 1, c.done, c.logged);
+  for (const auto& [peer, done, logged] : cases) {
+    PeerIs(peer);
+    Expect(HACrmOnline(NODE_TYPE_REMOTE), 1, done, logged);
   }
 }
 
@@ -96,7 +93,7 @@ TEST_F(Nodes, AreAskedForByTheirHostNames) {
         "DEBUG HACrmIsNodeExist: 2; INFO Query node existence with XPath: //node[@id=\"nas-b\"]");
     EXPECT_EQ(HACrmHasFailedOp(NODE_TYPE_REMOTE), status == 0);
     EXPECT_EQ(Done(), "failed nas-b");
-    Logged();
+    Log();
   }
   SetConf("host1=nas-a\n");
   Expect(HACrmIsNodeExist(NODE_TYPE_REMOTE) + HACrmHasFailedOp(NODE_TYPE_REMOTE), 0, "");
@@ -122,8 +119,7 @@ class RemovePeer : public Cluster {
                      bool known = true, int line = __builtin_LINE()) {
     std::vector<Story> removed = {done},
                        lines = {"WARN HAUnbindRemote", logged, "NOTICE crm remove constraint: 2"};
-    for (const Story rule : {"RULE_SYNC_DONE", "RULE_SPACE_SYNC", "RULE_SERV_FAIL", "RULE_MEMSIZE",
-                             "RULE_PING_SERVER", "RULE_SB_nas-b", "RULE_VER_MISMATCH"}) {
+    for (const Story& rule : kRules) {
       const bool removable = known || rule != "RULE_SB_nas-b";
       removed.push_back(removable ? "delete " + rule + "; has " + rule : "");
       lines.push_back(removable ? "INFO Remove constraint " + rule

@@ -37,7 +37,7 @@ Function Platforms(const char* name) {
 
 }  // namespace
 
-// All work passes one of these, here or in the full library.
+// All work passes one of these, that of the full library before it is loaded.
 int TAVLIBFileExist(const char* path) {
   return Platforms<decltype(&TAVLIBFileExist)>("TAVLIBFileExist")(path);
 }
@@ -51,89 +51,89 @@ namespace {
 
 char text[64], more[64];
 HA_NET_INFO interfaces[HA_NET_INFO_COUNT];
-int number;
+BOOL enabled;
 
 int OverviewStatus() {
-  number = -1;
-  TAVOHAGetOverviewStatusDL(&number, 0);
-  return number;
+  text[0] = '\0';
+  TAVOHAGetOverviewStatusDL(text, sizeof text);
+  return text[0] != '\0' ? 1 : -1;
 }
 
 struct Operation {
+  int success, failure;
   const char* name;
   int (*call)();
-  int success = 0, failure = -1;
 };
-#define CALL(operation, ...)                          \
-  {                                                   \
-#operation, [] { return operation(__VA_ARGS__); } \
-  }
-#define CALL_GIVING(success, failure, operation, ...)                   \
+#define CALL(success, failure, operation, ...)                          \
   {                                                                     \
-#operation, [] { return operation(__VA_ARGS__); }, success, failure \
+    success, failure, #operation, [] { return operation(__VA_ARGS__); } \
   }
 const Operation kOperations[] = {
-    CALL(TAVOHAGetHAHostname, text, sizeof text),
-    CALL(TAVOHAGetOriginalHostname, text, sizeof text, 0),
-    CALL(TAVOHASetHAHostname, "cluster"),
-    CALL(TAVOHAGetHostDirection),
-    CALL(TAVOHAGetHeartbeatIF, text, sizeof text),
-    CALL(TAVOHAGetIFMain, text, sizeof text),
-    CALL(TAVOHAGetIFConfInfo, "eth0", text, sizeof text, more, sizeof more, &number),
-    CALL(TAVOHASetIFConfInfo, "eth0", "10.0.0.2", "255.0.0.0", 1),
-    CALL(TAVOHAGetMac, 1, text, sizeof text),
-    CALL(TAVOHAGetRelatedIFInfo, "eth0", text, sizeof text, more, sizeof more),
-    CALL_GIVING(1, 0, TAVOHAIsSafemode),
-    CALL_GIVING(1, 0, TAVOHAGetHANetinfo, interfaces, HA_NET_INFO_COUNT),
-    CALL(TAVOHAGetModel, text, sizeof text),
-    CALL(TAVOHAGetSN, 0, text, sizeof text),
-    CALL_GIVING(NODE_ROLE_SAFEMODE, NODE_ROLE_NONE, TAVOHANodeRoleGet),
-    CALL_GIVING(1, -1, TAVOHAIsHybridDL, nullptr, nullptr),
-    CALL_GIVING(1, -1, OverviewStatus),
-    CALL_GIVING(1, -1, TAVOHAUpgradeHandleDL, 0)};
+    CALL(0, -1, TAVOHAGetHAHostname, text, sizeof text),
+    CALL(0, -1, TAVOHAGetOriginalHostname, text, sizeof text, 0),
+    CALL(0, -1, TAVOHASetHAHostname, "cluster"),
+    CALL(0, -1, TAVOHAGetHostDirection),
+    CALL(0, -1, TAVOHAGetHeartbeatIF, text, sizeof text),
+    CALL(0, -1, TAVOHAGetIFMain, text, sizeof text),
+    CALL(0, -1, TAVOHAGetIFConfInfo, "eth0", text, sizeof text, more, sizeof more, &enabled),
+    CALL(0, -1, TAVOHASetIFConfInfo, "eth0", "10.0.0.2", "255.0.0.0", 1),
+    CALL(0, -1, TAVOHAGetMac, 1, text, sizeof text),
+    CALL(0, -1, TAVOHAGetRelatedIFInfo, "eth0", text, sizeof text, more, sizeof more),
+    CALL(1, 0, TAVOHAIsSafemode),
+    CALL(1, 0, TAVOHAGetHANetinfo, interfaces, HA_NET_INFO_COUNT),
+    CALL(0, -1, TAVOHAGetModel, text, sizeof text),
+    CALL(0, -1, TAVOHAGetSN, 0, text, sizeof text),
+    CALL(NODE_ROLE_SAFEMODE, NODE_ROLE_NONE, TAVOHANodeRoleGet),
+    CALL(1, -1, TAVOHAIsHybridDL, text, nullptr),
+    CALL(1, -1, OverviewStatus),
+    CALL(1, -1, TAVOHAUpgradeHandleDL, 1)};
 static_assert(std::size(kOperations) == 18);
 
-class BoostedOperations : public Test {
- protected:
-  BoostedOperations() {
-    SetRunning(true);
-    EXPECT_EQ(simcluster::EnterOwnNetwork(), "");
-    EXPECT_EQ(simcluster::AddInterface("eth0"), "");
-    EXPECT_EQ(simcluster::SetAddress("eth0:HA", "10.0.0.1", "255.0.0.0"), "");
-    CoverProcFile("oom_score_adj", "-900\n");
-    CoverProcFile("cmdline", "");
-    // Values of a process that has been given some, and that anybody may return to.
-    setpriority(PRIO_PROCESS, 0, 3);
-    SetIoPriority(0x4005);
-    // An ordinary user is refused these two.
-    setpriority(PRIO_PROCESS, 0, -15);
-    SetIoPriority(0x2000);
-    raised_ = Priorities();
-    setpriority(PRIO_PROCESS, 0, 3);
-    SetIoPriority(0x4005);
-    WriteFile(kOomScoreAdj, "17\n");
-  }
+constexpr char kOomScoreAdj[] = "/proc/self/oom_score_adj";
 
-  // Makes the operations succeed, or else fail for lack of all that they need.
-  static void Prepare(bool working) {
-    namespace fs = std::filesystem;
-    ScriptedTool("/usr/bin/crm_resource").Answer({{}});
-    ScriptedTool("/usr/bin/cibadmin").Answer({{}, {.exit_status = 6}});
-    fs::remove_all(fs::path(kConfFile).parent_path());
-    for (const char* path : {kMirrorFile, kSafeMode, kFullLibrary, kAddressAgent}) unlink(path);
-    if (!working) return;
-    SetConf(
-        "host0=\"nas-a\"\nhost1=\"nas-b\"\nha_hostname=\"cluster\"\ndrbd_if=\"eth3\"\n"
-        "ha_if_main=\"eth0\"\nha_if0=\"eth0\"\nha_ip0=\"10.0.0.1\"\nha_netmask0=\"255.0.0.0\"\n"
-        "ha_if_enabled0=\"true\"\nha_mac_1=\"00:11:22:33:44:55\"\nha_model=\"TX\"\nha_sn=1\n");
-    WriteFile(kSafeMode, "");
-    fs::copy_file(FULL_LIBRARY, kFullLibrary);
-    ScriptedTool(kAddressAgent).Answer({{}});
-  }
+// Gives the process values that anybody may return to.
+void SetUsualPriorities() {
+  setpriority(PRIO_PROCESS, 0, 3);
+  SetIoPriority(0x4005);
+}
 
-  // Makes each call and checks what it found and what it left.
-  void ExpectEach(const std::string& caller, bool boosted) {
-    WriteFile("/run/cmdline", caller);
+// Makes the operations succeed, or else fail for lack of all that they need.
+void Prepare(bool working) {
+  namespace fs = std::filesystem;
+  constexpr char kAddressAgent[] = "/usr/tavo/tavoha/lib/ocf/resource.d/tavoware/IPaddr2";
+  constexpr char kSafeMode[] = "/var/lib/ha/ha.safemode.info";
+  constexpr char kFullLibrary[] = "/lib/libtavoha.so";
+  ScriptedTool("/usr/bin/crm_resource").Answer({{}});
+  ScriptedTool("/usr/bin/cibadmin").Answer({{}, {.exit_status = 6}});
+  fs::remove_all(fs::path(kConfFile).parent_path());
+  for (const char* path : {kMirrorFile, kSafeMode, kFullLibrary, kAddressAgent}) unlink(path);
+  if (!working) return;
+  SetConf(
+      "host0=\"nas-a\"\nhost1=\"nas-b\"\nha_hostname=\"cluster\"\ndrbd_if=\"eth3\"\n"
+      "ha_if_main=\"eth0\"\nha_if0=\"eth0\"\nha_ip0=\"10.0.0.1\"\nha_netmask0=\"255.0.0.0\"\n"
+      "ha_if_enabled0=\"true\"\nha_mac_1=\"00:11:22:33:44:55\"\nha_model=\"TX\"\nha_sn=1\n");
+  WriteFile(kSafeMode, "");
+  fs::copy_file(FULL_LIBRARY, kFullLibrary);
+  ScriptedTool(kAddressAgent).Answer({{}});
+}
+
+TEST(BoostedOperations, RaiseThePrioritiesForTheirTimeAloneAndForSomeCallersOnly) {
+  SetRunning(true);
+  ASSERT_EQ(simcluster::EnterOwnNetwork(), "");
+  ASSERT_EQ(simcluster::AddInterface("eth0"), "");
+  ASSERT_EQ(simcluster::SetAddress("eth0:HA", "10.0.0.1", "255.0.0.0"), "");
+  CoverProcFile("oom_score_adj", "-900\n");
+  CoverProcFile("cmdline", "");
+  SetUsualPriorities();
+  // An ordinary user is refused these two.
+  setpriority(PRIO_PROCESS, 0, -15);
+  SetIoPriority(0x2000);
+  const std::string raised = Priorities();
+  SetUsualPriorities();
+  WriteFile(kOomScoreAdj, "17\n");
+  for (const bool boosted : {true, false}) {
+    WriteFile("/run/cmdline",
+              boosted ? "tavoscgi_TAVO.Storage.CGI.Volume" : "tavoscgi_TAVO.Storage.CGI");
     for (const Operation& operation : kOperations) {
       for (const bool working : {true, false}) {
         SCOPED_TRACE(operation.name + std::string(working ? " succeeds" : " fails"));
@@ -149,24 +149,10 @@ class BoostedOperations : public Test {
         ASSERT_GE(steps.size(), 2u);
         EXPECT_EQ(steps.front(), before);
         steps.erase(steps.begin());
-        EXPECT_THAT(steps, Each(boosted ? raised_ : before));
+        EXPECT_THAT(steps, Each(boosted ? raised : before));
       }
     }
   }
-
-  static constexpr char kOomScoreAdj[] = "/proc/self/oom_score_adj";
-  static constexpr char kAddressAgent[] = "/usr/tavo/tavoha/lib/ocf/resource.d/tavoware/IPaddr2";
-  static constexpr char kSafeMode[] = "/var/lib/ha/ha.safemode.info";
-  static constexpr char kFullLibrary[] = "/lib/libtavoha.so";
-  std::string raised_;
-};
-
-TEST_F(BoostedOperations, RaiseThePrioritiesForTheirTimeAlone) {
-  ExpectEach("tavoscgi_TAVO.Storage.CGI.Volume", true);
-}
-
-TEST_F(BoostedOperations, TouchNothingForOtherCallers) {
-  ExpectEach("tavoscgi_TAVO.Storage.CGI", false);
 }
 
 }  // namespace

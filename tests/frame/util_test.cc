@@ -1,34 +1,13 @@
-#include <sys/syscall.h>
 #include <tavohacore/frame.h>
 
 #include <optional>
 
 #include "platform/tavlib.h"
-#include "tests/support/test.h"
+#include "tests/frame/logged.h"
 
 namespace {
 
-int interruptions = 0;  // signals that come during the next reads and writes
-
-bool Interrupted() {
-  if (interruptions == 0) return false;
-  --interruptions;
-  errno = EINTR;
-  return true;
-}
-
-}  // namespace
-
-// The library's reads and writes come here first.
-extern "C" ssize_t read(int fd, void* bytes, size_t size) {
-  return Interrupted() ? -1 : syscall(SYS_read, fd, bytes, size);
-}
-extern "C" ssize_t write(int fd, const void* bytes, size_t size) {
-  return Interrupted() ? -1 : syscall(SYS_write, fd, bytes, size);
-}
-
-namespace {
-
+using namespace std::string_literals;
 using namespace test_support;
 
 constexpr char kSaved[] = "/tmp/.ha.hostname.original";
@@ -50,47 +29,40 @@ TEST(Text, IsCutAtTheBufferOrAt4095Characters) {
   EXPECT_EQ(FormattedString("%s", std::string(4096, 'a').c_str()), std::string(4095, 'a'));
 }
 
-TEST(LocalHostname, PrefersSavedNamesToTheLiveOne) {
-  const struct {
-    const char* live;
-    std::optional<std::string> saved, saved_for_good;  // none: no such file
-    int result;
-    std::string name;
-  } cases[] = {{"node1.example", {}, {}, 1, "node1"},
-               {"live", "saved", "good", 1, "saved"},
-               {"live", "saved\nmore\n", {}, 1, "saved\n"},
-               {"live", {}, "good", 1, "good"},
-               {"live", "", "good", 1, "live"},
-               {"live", std::string("\0x", 2), {}, 1, "live"},
-               {"live", std::string(100, 's'), {}, 1, std::string(63, 's')},
-               {"", {}, {}, 0, ""},
-               {".example", "", {}, 0, ""}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    ASSERT_EQ(sethostname(c.live, strlen(c.live)), 0);
+using LocalHostname = Logged;
+
+TEST_F(LocalHostname, PrefersSavedNamesToTheLiveOne) {
+  using File = std::optional<std::string>;  // none: no such file
+  const std::tuple<std::string, File, File, int, std::string> cases[] = {
+      {"node1.example", {}, {}, 1, "node1"},
+      {"live", "saved", "good", 1, "saved"},
+      {"live", "saved\nmore\n", {}, 1, "saved\n"},
+      {"live", {}, "good", 1, "good"},
+      {"live", "", "good", 1, "live"},
+      {"live", "\0x"s, {}, 1, "live"},
+      {"live", std::string(100, 's'), {}, 1, std::string(63, 's')},
+      {".example", "", {}, 0, ""}};
+  for (const auto& [live, saved, saved_for_good, result, expected] : cases) {
+    ASSERT_EQ(sethostname(live.c_str(), live.size()), 0);
     unlink(kSaved);
     unlink(kSavedForGood);
-    if (c.saved) WriteFile(kSaved, *c.saved);
-    if (c.saved_for_good) WriteFile(kSavedForGood, *c.saved_for_good);
+    if (saved) WriteFile(kSaved, *saved);
+    if (saved_for_good) WriteFile(kSavedForGood, *saved_for_good);
     char name[64] = "before";
-    EXPECT_EQ(GetLocalHostname(name), c.result);
-    EXPECT_EQ(name, c.name);
-    EXPECT_EQ(GetLocalHostname(), c.name);
+    EXPECT_EQ(GetLocalHostname(name), result);
+    EXPECT_EQ(name, expected);
+    EXPECT_EQ(GetLocalHostname(), expected);
   }
 }
 
-TEST(LocalHostname, ReportsWhyThereIsNoLiveName) {
-  LogCapture log;
-  EXPECT_EQ(GetLocalHostname(nullptr), -1);
-  EXPECT_EQ(log.Take(), "ERROR util: Bad parameter.");
-  EXPECT_EQ(HATAVOLnxGetHostname(nullptr), -1);
+TEST_F(LocalHostname, ReportsWhyThereIsNoLiveName) {
+  EXPECT_EQ(Outcome(GetLocalHostname(nullptr)), "-1 ERROR util: Bad parameter.");
+  EXPECT_EQ(Outcome(HATAVOLnxGetHostname(nullptr)), "-1");
   ExpectRecord(0x0D00, "ha_net_lnx_get_hostname");
   ASSERT_EQ(sethostname(std::string(64, 'h').c_str(), 64), 0);  // one too many, with its end
   char name[64] = "before";
-  EXPECT_EQ(HATAVOLnxGetHostname(name), -1);
-  ExpectRecord(0x8100, "ha_net_lnx_get_hostname");
+  EXPECT_EQ(Outcome(HATAVOLnxGetHostname(name)), "-1");
   EXPECT_STREQ(name, "before");
-  EXPECT_EQ(log.Take(), "");
   EXPECT_EQ(GetLocalHostname(), "");
   EXPECT_THAT(log.Take(), MatchesRegex("ERROR util: Failed to get hostname.\\[0x8100 "
                                        "ha_net_lnx_get_hostname:[0-9]+\\]; "
@@ -98,27 +70,23 @@ TEST(LocalHostname, ReportsWhyThereIsNoLiveName) {
   EXPECT_EQ(TAVLIBFileLock(0x105, 0), 0) << "the host-name lock stayed behind";
 }
 
-TEST(InterfaceName, IsTakenApart) {
-  const struct {
-    const char* name;
-    int result, type, index;
-  } cases[] = {{"eth0", 0, 0, 0},      {"bond1", 0, 1, 1},     {"ovs_eth12", 0, 2, 12},
-               {"ovs_bond3", 0, 3, 3}, {"eth123", 0, 0, 12},   {"lo", -1, 4, -7},
-               {"ethx", -1, 0, -7},    {"et", -1, 4, -7},      {"", -1, 4, -7},
-               {"Eth0", -1, 4, -7},    {"ovs_eth", -1, 2, -7}, {"ovs_bond_long9", -1, 3, -7}};
-  LogCapture log;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    TAVLIBErrSetEx(0, "", 0);
+using InterfaceName = Logged;
+
+TEST_F(InterfaceName, IsTakenApart) {
+  const std::tuple<std::string, int, int, int> cases[] = {
+      {"eth0", 0, 0, 0},      {"bond1", 0, 1, 1},   {"ovs_eth12", 0, 2, 12},
+      {"ovs_bond3", 0, 3, 3}, {"eth123", 0, 0, 12}, {"ethx", -1, 0, -7},
+      {"lo", -1, 4, -7},      {"", -1, 4, -7},      {"ovs_bond_long9", -1, 3, -7}};
+  for (const auto& [name, result, type, index] : cases) {
     HA_IF_NAME_INFO info{-7, -7};
-    EXPECT_EQ(HAGetInterfaceTypeAndIndex(c.name, info), c.result);
-    EXPECT_EQ(info.type, c.type);
-    EXPECT_EQ(info.index, c.index);
-    EXPECT_EQ(HAGetInterfaceType(c.name), c.type);
-    if (c.type == 4) ExpectRecord(0xD900, "util");
-    EXPECT_EQ(log.Take(), c.result == 0 || c.type == 4
-                              ? ""
-                              : std::string("ERROR util: Failed to get index from ") + c.name);
+    EXPECT_EQ(Outcome(HAGetInterfaceTypeAndIndex(name.c_str(), info)),
+              result == 0 ? "0"
+              : type == 4 ? "-1"
+                          : "-1 ERROR util: Failed to get index from " + name);
+    EXPECT_EQ(info.type, type) << name;
+    EXPECT_EQ(info.index, index) << name;
+    EXPECT_EQ(HAGetInterfaceType(name.c_str()), type);
+    if (type == 4) ExpectRecord(0xD900, "util");
   }
   HA_IF_NAME_INFO info{-7, -7};
   EXPECT_EQ(HAGetInterfaceTypeAndIndex(nullptr, info), -1);
@@ -132,73 +100,49 @@ int AnswerUnder(const std::string& parent) {
       .status;
 }
 
-TEST(ProcessName, IsTheExecutableOrALoggedFailureAndOnlyTheTaskRunnerAtItsOwnPathCounts) {
-  LogCapture log;
+using ProcessName = Logged;
+
+TEST_F(ProcessName, IsTheExecutableOrALoggedFailureAndOnlyTheTaskRunnerAtItsOwnPathCounts) {
   char name[1024] = {}, little[5] = "....";
   EXPECT_EQ(HAProcNameGetByPid(getpid(), name, sizeof name), 0);
   EXPECT_THAT(name, EndsWith("/frame_test"));
   EXPECT_EQ(HAProcNameGetByPid(getpid(), little, 3), 0);
   EXPECT_EQ(std::string(little + 3), ".") << "written past the size given";
-  EXPECT_EQ(HAProcNameGetByPid(-1, name, sizeof name), -1);
-  EXPECT_EQ(log.Take(), "ERROR util: Failed to get file name: No such file or directory");
+  EXPECT_EQ(Outcome(HAProcNameGetByPid(-1, name, sizeof name)),
+            "-1 ERROR util: Failed to get file name: No such file or directory");
   EXPECT_EQ(AnswerUnder("/tmp/tavoschedtask"), 1);
   EXPECT_EQ(AnswerUnder("/tmp/tavoschedtask2"), 0);
   EXPECT_EQ(AnswerUnder("/usr/tavoschedtask"), 0);
 }
 
-TEST(RemoveFirstLine, MovesTheLineFromTheFileToTheBuffer) {
-  const std::string long_line(100000, 'x');
-  const struct {
-    std::string before, line, after;
-  } cases[] = {{"one\ntwo\nthree\n", "one\n", "two\nthree\n"},
-               {"one", "one", ""},
-               {"", "before", ""},
-               {"longer than the buffer\nrest", "longer t", "rest"},
-               {std::string("a\nb\0c\nno end", 12), "a\n", std::string("b\0c\nno end", 10)},
-               {"a\n" + long_line + "\n" + long_line, "a\n", long_line + "\n" + long_line}};
-  for (const auto& c : cases) {
-    WriteFile("/var/lib/ha/list", c.before);
+using RemoveFirstLine = Logged;
+
+TEST_F(RemoveFirstLine, MovesTheLineFromTheFileToTheBuffer) {
+  const std::string rest = std::string(100000, 'x') + "\nb\0c\nno end"s;
+  for (const auto& [before, removed, after] :
+       {std::tuple("a\n" + rest, "a\n", rest),
+        {"one", "one", ""},
+        {"", "before", ""},
+        {"longer than the buffer\nrest", "longer t", "rest"}}) {
+    WriteFile("/var/lib/ha/list", before);
     char line[9] = "before";
     EXPECT_EQ(FileRemoveFirstLine("/var/lib/ha/list", line, sizeof line), 0);
-    EXPECT_EQ(line, c.line);
-    EXPECT_EQ(ReadFile("/var/lib/ha/list"), c.after);
+    EXPECT_STREQ(line, removed);
+    EXPECT_EQ(ReadFile("/var/lib/ha/list"), after);
   }
-  struct stat file {};
-  ASSERT_EQ(stat("/var/lib/ha/list", &file), 0);
-  EXPECT_EQ(file.st_mode & 0777, 0600U);
+  EXPECT_EQ(Shell("stat -c %a /var/lib/ha/list").output, "600\n");
 
-  LogCapture log;
   char line[8] = "before";
-  EXPECT_EQ(FileRemoveFirstLine("/x", nullptr, 8), -1);
-  EXPECT_EQ(FileRemoveFirstLine("/x", line, 0), -1);
-  EXPECT_EQ(FileRemoveFirstLine(nullptr, line, 8), -1);
-  const std::string invalid = "ERROR ha: Invalid argument";
-  EXPECT_EQ(log.Take(), invalid + "; " + invalid + "; " + invalid);
+  EXPECT_EQ(Outcome(FileRemoveFirstLine("/x", nullptr, 8)), "-1 ERROR ha: Invalid argument");
+  EXPECT_EQ(Outcome(FileRemoveFirstLine("/x", line, 0)), "-1 ERROR ha: Invalid argument");
+  EXPECT_EQ(Outcome(FileRemoveFirstLine(nullptr, line, 8)), "-1 ERROR ha: Invalid argument");
   TAVLIBErrSetEx(0, "", 0);
-  EXPECT_EQ(FileRemoveFirstLine("/missing", line, 8), -1);
+  EXPECT_EQ(Outcome(FileRemoveFirstLine("/missing", line, 8)), "-1");
   EXPECT_EQ(TAVLIBErrGet(), 0);
-  EXPECT_EQ(FileRemoveFirstLine("/proc/self/maps", line, 8), -1);
+  EXPECT_EQ(Outcome(FileRemoveFirstLine("/proc/self/maps", line, 8)), "-1");
   ExpectRecord(0x0900, "ha");  // no temporary file can be made there
-  mkdir("/var/lib/ha/directory", 0755);
-  EXPECT_EQ(FileRemoveFirstLine("/var/lib/ha/directory", line, 8), -1);
+  EXPECT_EQ(Outcome(FileRemoveFirstLine("/var/lib", line, 8)), "-1");
   ExpectRecord(0x0B00, "ha");  // a directory opens but does not read
-  EXPECT_EQ(log.Take(), "");
-  EXPECT_THAT(ListDirectory("/var/lib/ha"), ElementsAre("directory", "list"));
-}
-
-TEST(Signals, ChangeNothingThatIsReadOrWritten) {
-  WriteFile(kSavedForGood, "saved\n");
-  char text[64] = "";
-  interruptions = 2;
-  EXPECT_EQ(GetLocalHostname(text), 1);
-  EXPECT_STREQ(text, "saved\n");
-  EXPECT_EQ(interruptions, 0);
-
-  WriteFile("/var/lib/ha/list", "one\ntwo\n");
-  interruptions = 2;
-  EXPECT_EQ(FileRemoveFirstLine("/var/lib/ha/list", text, sizeof text), 0);
-  EXPECT_EQ(interruptions, 0);
-  EXPECT_EQ(ReadFile("/var/lib/ha/list"), "two\n");
 }
 
 }  // namespace

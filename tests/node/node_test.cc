@@ -2,6 +2,7 @@
 
 namespace {
 
+using namespace std::string_literals;
 using namespace test_support;
 
 using Role = Cluster;
@@ -10,20 +11,18 @@ using ClusterStatus = Cluster;
 TEST_F(Role, IsReadFromWhereTheChainAndTheSetsRun) {
   const Story resources[] = {"DUMMY_END", "DUMMY_START",     "CONF_SYNC",
                              "INFO_SET",  "CHECKPOINT_LAST", "DRBD"};
-  const struct {
-    const char* on_peer;  // by resource
-    int role, asked;
-  } cases[] = {{"yynnnn", NODE_ROLE_ACTIVE, 1},    {"nyyyyy", NODE_ROLE_ACTIVE_PARTIAL, 2},
-               {"nnyyyy", NODE_ROLE_PASSIVE, 6},   {"nnyyyn", NODE_ROLE_NOT_READY, 6},
-               {"nnynyy", NODE_ROLE_NOT_READY, 4}, {"nnnnnn", NODE_ROLE_NOT_READY, 3}};
   crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: ONLINE\n"}});
-  for (const auto& c : cases) {
+  for (const auto& [on_peer, role, count] : {std::tuple("yynnnn", NODE_ROLE_ACTIVE, 1),
+                                             {"nyyyyy", NODE_ROLE_ACTIVE_PARTIAL, 2},
+                                             {"nnyyyy", NODE_ROLE_PASSIVE, 6},
+                                             {"nnyyyn", NODE_ROLE_NOT_READY, 6},
+                                             {"nnnnnn", NODE_ROLE_NOT_READY, 3}}) {
     std::vector<Story> asked = {"status"};
     for (int i = 0; i < 6; ++i) {
-      RunsAt(resources[i], {c.on_peer[i] == 'y' ? "nas-a\nx: nas-b" : "nas-a"});
-      if (i < c.asked) asked.push_back("locate " + resources[i]);
+      RunsAt(resources[i], {on_peer[i] == 'y' ? "nas-a\nx: nas-b" : "nas-a"});
+      if (i < count) asked.push_back("locate " + resources[i]);
     }
-    Expect(HANodeRoleTypeGet(NODE_TYPE_REMOTE), c.role, Then(asked));
+    Expect(HANodeRoleTypeGet(NODE_TYPE_REMOTE), role, Then(asked));
   }
   Expect(TAVOHANodeRoleGet(), NODE_ROLE_ACTIVE, "status; locate DUMMY_END");
 }
@@ -43,72 +42,67 @@ TEST_F(Role, IsNoneForANodeThatIsNotOnlineAloneAndForOtherSelectors) {
 }
 
 TEST_F(ClusterStatus, SumsUpBothHosts) {
-  const struct {
-    Story host0, host1;  // "": no such host
-    int status;
-  } cases[] = {{"ONLINE", "ONLINE", HA_STATUS_NORMAL}, {"ONLINE", "OFFLINE", HA_STATUS_WARNING},
-               {"?", "ONLINE", HA_STATUS_WARNING},     {"ONFAIL", "?", HA_STATUS_ERROR},
-               {"ONLINE", "ONFAIL", HA_STATUS_ERROR},  {"ONFAIL", "", HA_STATUS_ERROR},
-               {"ONLINE", "", HA_STATUS_SINGLE_NODE},  {"", "ONLINE", HA_STATUS_SINGLE_NODE},
-               {"", "OFFLINE", HA_STATUS_WARNING},     {"", "", HA_STATUS_WARNING}};
-  for (const auto& c : cases) {
-    const size_t hosts = size_t{!c.host0.empty()} + size_t{!c.host1.empty()};
-    SetConf("host0=" + Story(c.host0.empty() ? "" : "nas-a") +
-            "\nhost1=" + Story(c.host1.empty() ? "" : "nas-b") + "\n");
-    crm_mon.Answer({{.output = "nas-a: " + c.host0 + "\nnas-b: " + c.host1 + "\n"}});
-    Expect(HAStatusGet(), c.status, Times(hosts, "status"));
+  const std::tuple<Story, Story, int> cases[] = {
+      // "": no such host
+      {"ONLINE", "ONLINE", HA_STATUS_NORMAL}, {"ONLINE", "OFFLINE", HA_STATUS_WARNING},
+      {"?", "ONLINE", HA_STATUS_WARNING},     {"ONFAIL", "?", HA_STATUS_ERROR},
+      {"ONLINE", "ONFAIL", HA_STATUS_ERROR},  {"ONFAIL", "", HA_STATUS_ERROR},
+      {"ONLINE", "", HA_STATUS_SINGLE_NODE},  {"", "ONLINE", HA_STATUS_SINGLE_NODE},
+      {"", "OFFLINE", HA_STATUS_WARNING},     {"", "", HA_STATUS_WARNING}};
+  for (const auto& [host0, host1, status] : cases) {
+    const size_t hosts = size_t{!host0.empty()} + size_t{!host1.empty()};
+    SetConf("host0=" + Story(host0.empty() ? "" : "nas-a") +
+            "\nhost1=" + Story(host1.empty() ? "" : "nas-b") + "\n");
+    crm_mon.Answer({{.output = "nas-a: " + host0 + "\nnas-b: " + host1 + "\n"}});
+    Expect(HAStatusGet(), status, Times(hosts, "status"));
   }
   unlink("/usr/tavo/tavoha/var/run/corosync.pid");
   Expect(HAStatusGet(), HA_STATUS_NOT_RUNNING, "");
 }
-
-_tag_NODE_TYPE_ Node(int value) { return static_cast<_tag_NODE_TYPE_>(value); }
 
 class NodeStatus : public Cluster {
  protected:
   static void SetHosts(const std::string& host0, const std::string& host1) {
     SetConf("host0=\"" + host0 + "\"\nhost1=\"" + host1 + "\"\n");
   }
-  int StatusFor(const std::string& output, _tag_NODE_TYPE_ node = NODE_TYPE_LOCAL) {
+  static int Status(int node) { return HANodeStatusGet(static_cast<_tag_NODE_TYPE_>(node)); }
+  int StatusFor(const std::string& output, int node = NODE_TYPE_LOCAL) {
     crm_mon.Answer({{.output = output}});
-    return HANodeStatusGet(node);
+    return Status(node);
+  }
+  // Of the local node, the remote one, host0 and host1.
+  static std::string Statuses() {
+    std::string statuses;
+    for (int node = 1; node < 5; ++node) statuses += std::to_string(Status(node));
+    return statuses;
   }
 };
 
 TEST_F(NodeStatus, ReducesTheWordsOfTheNodesLines) {
   const std::string x(1 << 20, 'x');
-  const struct {
-    std::string output;
-    int status;
-    std::string flags;
-  } cases[] = {{"nas-a: ONLINE\n", 3, "4"},
-               {"nas-a: ONLINE STANDBY\n", 4, "14"},
-               {"nas-a: UNCLEAN ONLINE\n", 4, "6"},
-               {"nas-a: ONLINE\nnas-b: OFFLINE\nnas-a: PENDING\n", 4, "44"},
-               {"nas-a: OFFLINE\n", 6, "8"},
-               {"nas-a: UNCLEAN(OFFLINE)\n", 6, "a"},
-               {"nas-a: OFFLINE STANDBY\n", 5, "18"},
-               {"nas-a: OFFLINE PENDING\n", 5, "48"},
-               {"nas-a: ONLINE OFFLINE\n", 5, "c"},
-               {"nas-a: ONLINE ONFAIL\n", 7, "24"},
-               {"nas-a: STANDBY\n", 0, "10"},
-               {"nas-a: UNCLEAN PENDING\n", 0, "42"},
-               {"nas-a: online\n", 0, "0"},
-               {"NAS-A: ONLINE\nnas-a : ONLINE\nnas-b: ONLINE\n", 0, "0"},
-               {"a line without a colon ONLINE\n\nnas-a: ONLINE", 3, "4"},  // no line end
-               {": ends the listing\nnas-a: ONLINE\n", 0, "0"},
-               {"nas-a: ONLINE: OFFLINE\n", 5, "c"},
-               {"", 0, "0"},
-               {x + ": ONLINE\nnas-a: ONLINE\n", 3, "4"},
-               {"nas-a: " + x + " ONLINE", 3, "4"},
-               {std::string("x\0y\nnas-a: ONLINE\0OFFLINE\n", 26), 3, "4"},
-               {std::string("nas-a\0: ONLINE\n", 15), 0, "0"}};
-  TakeCommandLines();
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.output.substr(0, 80));
-    EXPECT_EQ(StatusFor(c.output), c.status);
-    EXPECT_EQ(log.Take(), "INFO node: node:1. crmst:0x" + c.flags);
-    EXPECT_THAT(TakeCommandLines(), ElementsAre("/usr/bin/crm_mon -1 -S"));
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"nas-a: ONLINE\n", "3", "4"},
+      {"nas-a: ONLINE STANDBY\n", "4", "14"},
+      {"nas-a: UNCLEAN ONLINE\n", "4", "6"},
+      {"nas-a: ONLINE\nnas-b: OFFLINE\nnas-a: PENDING\n", "4", "44"},
+      {"nas-a: OFFLINE\n", "6", "8"},
+      {"nas-a: UNCLEAN(OFFLINE)\n", "6", "a"},
+      {"nas-a: OFFLINE STANDBY\n", "5", "18"},
+      {"nas-a: ONLINE: OFFLINE\n", "5", "c"},
+      {"nas-a: ONLINE ONFAIL\n", "7", "24"},
+      {"nas-a: UNCLEAN PENDING\n", "0", "42"},
+      {"nas-a: online\nNAS-A: ONLINE\nnas-a : ONLINE\nnas-b: ONLINE\n", "0", "0"},
+      {"a line without a colon ONLINE\n\nnas-a: ONLINE", "3", "4"},  // no line end
+      {": ends the listing\nnas-a: ONLINE\n", "0", "0"},
+      {"", "0", "0"},
+      {x + ": ONLINE\nnas-a: ONLINE\n", "3", "4"},
+      {"nas-a: " + x + " ONLINE", "3", "4"},
+      {"x\0y\nnas-a: ONLINE\0OFFLINE\n"s, "3", "4"},
+      {"nas-a\0: ONLINE\n"s, "0", "0"}};
+  for (const auto& [output, status, flags] : cases) {
+    SCOPED_TRACE(output.substr(0, 80));
+    EXPECT_EQ(Outcome(StatusFor(output)), status + " INFO node: node:1. crmst:0x" + flags);
+    EXPECT_EQ(Done(), "status");
   }
   SetHosts("nas-a", "ONLINE-1");
   EXPECT_EQ(StatusFor("ONLINE-1: OFFLINE\n", NODE_TYPE_REMOTE), NODE_STATUS_OFFLINE);
@@ -122,63 +116,44 @@ TEST_F(NodeStatus, AToolThatEndsBadlyIsReadAndOneThatCannotStartLogged) {
   crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: OFF", .kill_signal = SIGKILL},
                   {.output = "nas-a: ONLINE\n", .linger_milliseconds = 20, .exit_status = 7}});
   for (int run = 0; run < 2; ++run) {
-    EXPECT_EQ(HANodeStatusGet(NODE_TYPE_LOCAL), NODE_STATUS_ONLINE);
+    EXPECT_EQ(Outcome(Status(NODE_TYPE_LOCAL)), "3 INFO node: node:1. crmst:0x4");
   }
-  log.Take();
   unlink("/usr/bin/crm_mon");
   for (const std::string error : {"No such file or directory", "Permission denied"}) {
-    EXPECT_EQ(HANodeStatusGet(NODE_TYPE_LOCAL), NODE_STATUS_UNKNOWN);
-    EXPECT_EQ(log.Take(), "ERROR node: TAVLIBPopen: " + error + "; INFO node: node:1. crmst:0x0");
+    EXPECT_EQ(Outcome(Status(NODE_TYPE_LOCAL)),
+              "0 ERROR node: TAVLIBPopen: " + error + "; INFO node: node:1. crmst:0x0");
     WriteFile("/usr/bin/crm_mon", "");
   }
 }
 
 TEST_F(NodeStatus, SelectorsChooseTheHostByName) {
-  const struct {
-    const char *host0, *host1;
-    int local, remote, host0_status, host1_status;
-  } cases[] = {{"nas-a", "nas-b", 3, 6, 3, 6},
-               {"nas-b", "nas-a", 3, 6, 6, 3},
-               {"nas-a", "nas-a", 3, 3, 3, 3},
-               {"nas-a", "", 3, 2, 3, 2},
-               {"nas-c", "nas-b", 0, 0, 7, 6}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.host0) + "/" + c.host1);
-    SetHosts(c.host0, c.host1);
-    const std::string output = "nas-a: ONLINE\nnas-b: OFFLINE\nnas-c: ONFAIL\n";
-    EXPECT_EQ(StatusFor(output, NODE_TYPE_LOCAL), c.local);
-    EXPECT_EQ(StatusFor(output, NODE_TYPE_REMOTE), c.remote);
-    EXPECT_EQ(StatusFor(output, NODE_TYPE_HOST0), c.host0_status);
-    EXPECT_EQ(StatusFor(output, NODE_TYPE_HOST1), c.host1_status);
+  crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: OFFLINE\nnas-c: ONFAIL\n"}});
+  for (const auto& [host0, host1, statuses] : {std::tuple("nas-a", "nas-b", "3636"),
+                                               {"nas-b", "nas-a", "3663"},
+                                               {"nas-a", "nas-a", "3333"},
+                                               {"nas-a", "", "3232"},
+                                               {"nas-c", "nas-b", "0076"}}) {
+    SetHosts(host0, host1);
+    EXPECT_EQ(Statuses(), statuses) << host0 << "/" << host1;
   }
+  log.Take();
+  EXPECT_EQ(Outcome(Status(NODE_TYPE_REMOTE)), "0 INFO node: Failed to check node 2");
+  ASSERT_EQ(sethostname("", 0), 0);  // which leaves the recorded hosts
+  EXPECT_THAT(Outcome(Status(NODE_TYPE_HOST1)),
+              AllOf(StartsWith("6 ERROR util: "), EndsWith("; ERROR node: Failed to get host name; "
+                                                           "INFO node: node:4. crmst:0x8")));
 }
 
 TEST_F(NodeStatus, NothingIsRunForANodeThatIsNotThere) {
-  for (const int node : {0, 5, -1}) EXPECT_EQ(HANodeStatusGet(Node(node)), NODE_STATUS_UNKNOWN);
-  EXPECT_EQ(log.Take(), "");
-  SetHosts("nas-c", "nas-b");
-  EXPECT_EQ(HANodeStatusGet(NODE_TYPE_REMOTE), NODE_STATUS_UNKNOWN);
-  EXPECT_EQ(log.Take(), "INFO node: Failed to check node 2");
+  for (const int node : {0, 5, -1}) EXPECT_EQ(Outcome(Status(node)), "0");
   SetHosts("nas-a", "");
-  EXPECT_EQ(HANodeStatusGet(NODE_TYPE_HOST1), NODE_STATUS_NONE);
-  EXPECT_EQ(log.Take(), "");
-  SetHosts("nas-a", "nas-b");
-  const int standalone[] = {0, 1, 2, 1, 2, 2};  // by node type
+  EXPECT_EQ(Outcome(Status(NODE_TYPE_HOST1)), "2");
   for (const char* gone : {"/usr/tavo/tavoha/var/run/pacemaker.pid", "/tmp/.ha.running"}) {
     unlink(gone);
-    for (int node = 0; node < 6; ++node) {
-      EXPECT_EQ(HANodeStatusGet(Node(node)), standalone[node]) << node;
-    }
+    EXPECT_EQ(Statuses(), "1212");
+    EXPECT_EQ(Status(5), NODE_STATUS_NONE);
   }
-  EXPECT_THAT(TakeCommandLines(), IsEmpty());
-}
-
-TEST_F(NodeStatus, AnUnknownLocalNameLeavesTheRecordedHosts) {
-  ASSERT_EQ(sethostname("", 0), 0);
-  EXPECT_EQ(StatusFor("nas-b: ONLINE\n", NODE_TYPE_HOST1), NODE_STATUS_ONLINE);
-  EXPECT_THAT(log.Take(),
-              AllOf(StartsWith("ERROR util: "), EndsWith("; ERROR node: Failed to get host name; "
-                                                         "INFO node: node:4. crmst:0x4")));
+  EXPECT_EQ(Done(), "");
 }
 
 TEST_F(NodeStatus, NamesOfStatusesAndHosts) {
@@ -189,17 +164,17 @@ TEST_F(NodeStatus, NamesOfStatusesAndHosts) {
     EXPECT_STREQ(HANodeStatusStr(static_cast<_tag_NODE_STATUS_>(status)), names[status + 1]);
   }
   char name[64] = "";
-  EXPECT_EQ(HAGetNodeHostName(NODE_TYPE_REMOTE, name, sizeof name), 1);
+  EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_REMOTE, name, sizeof name)), "1");
   EXPECT_STREQ(name, "nas-b");
-  EXPECT_EQ(HAGetNodeHostName(NODE_TYPE_HOST0, name, 4), 1);
+  EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_HOST0, name, 4)), "1");
   EXPECT_STREQ(name, "nas");
-  EXPECT_EQ(HAGetNodeHostName(NODE_TYPE_NONE, name, sizeof name), 0);
-  EXPECT_EQ(log.Take(), "ERROR node: Invalid argument");
+  EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_NONE, name, sizeof name)),
+            "0 ERROR node: Invalid argument");
   SetHosts("nas-a", "");
-  EXPECT_EQ(HAGetNodeHostName(NODE_TYPE_HOST1, name, sizeof name), 0);
-  EXPECT_EQ(log.Take(), "DEBUG node: Failed to get host");
-  EXPECT_EQ(HAGetNodeHostName(NODE_TYPE_HOST0, nullptr, 64), 0);
-  EXPECT_EQ(log.Take(), "ERROR conf: Invalid argument; DEBUG node: Failed to get host");
+  EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_HOST1, name, sizeof name)),
+            "0 DEBUG node: Failed to get host");
+  EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_HOST0, nullptr, 64)),
+            "0 ERROR conf: Invalid argument; DEBUG node: Failed to get host");
 }
 
 }  // namespace

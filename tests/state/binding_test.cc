@@ -1,6 +1,6 @@
 #include <tavohacore/state.h>
 
-#include "tests/support/test.h"
+#include "tests/frame/logged.h"
 
 namespace {
 
@@ -9,87 +9,70 @@ using namespace test_support;
 constexpr char kProgressFile[] = "/tmp/.ha.status";
 constexpr char kPassiveMarker[] = "/tmp/.ha_passive_is_binding";
 
-// For either kind of progress: its functions, its key and its word.
-template <typename Progress>
-void ExpectKept(int (*get)(Progress*), int (*set)(Progress), const std::string& key,
-                const std::string& word) {
-  LogCapture log;
-  Progress read{99};
-  WriteFile(kProgressFile, "OTHER=\"1\"\n");
-  for (const int value : {3, -12, 2147483647}) {
-    EXPECT_EQ(set(static_cast<Progress>(value)), 0);
-    EXPECT_EQ(ReadFile(kProgressFile),
-              "OTHER=\"1\"\n" + key + "=\"" + std::to_string(value) + "\"\n");
+class BindingProgress : public Logged {
+ protected:
+  // For either kind of progress: its functions, its key and its word.
+  template <typename Progress>
+  void ExpectKept(int (*get)(Progress*), int (*set)(Progress), const std::string& key,
+                  const std::string& word) {
+    Progress read{99};
+    WriteFile(kProgressFile, "OTHER=\"1\"\n");
+    EXPECT_EQ(Outcome(set(Progress{-12})), "0");
+    EXPECT_EQ(ReadFile(kProgressFile), "OTHER=\"1\"\n" + key + "=\"-12\"\n");
+    EXPECT_EQ(Outcome(get(&read)), "0");
+    EXPECT_EQ(read, -12);
+    WriteFile(kProgressFile, key + "=\"12x\"\n");
     EXPECT_EQ(get(&read), 0);
-    EXPECT_EQ(read, value);
-  }
-  for (const auto& [text, value] : {std::pair("12x", 12), {"x", 0}, {"", 0}}) {
-    WriteFile(kProgressFile, key + "=\"" + text + "\"\n");
-    EXPECT_EQ(get(&read), 0);
-    EXPECT_EQ(read, value);
-  }
-  EXPECT_EQ(log.Take(), "");
+    EXPECT_EQ(read, 12);
 
-  const std::string line = " " + word + " progress \\[0x[0-9A-F]{4} .*:[0-9]+\\]";
-  read = Progress{99};
-  unlink(kProgressFile);
-  EXPECT_EQ(get(&read), -1);
-  EXPECT_EQ(read, 0);
-  EXPECT_THAT(log.Take(), MatchesRegex("ERROR ha: Failed to get" + line));
-  mkdir(kProgressFile, 0755);
-  EXPECT_EQ(set(Progress{3}), -1);
-  EXPECT_THAT(log.Take(), MatchesRegex("ERROR ha: Failed to set" + line));
-  rmdir(kProgressFile);
-}
+    const std::string line = " " + word + " progress \\[0x[0-9A-F]{4} .*:[0-9]+\\]";
+    unlink(kProgressFile);
+    EXPECT_THAT(Outcome(get(&read)), MatchesRegex("-1 ERROR ha: Failed to get" + line));
+    EXPECT_EQ(read, 0);
+    mkdir(kProgressFile, 0755);
+    EXPECT_THAT(Outcome(set(Progress{3})), MatchesRegex("-1 ERROR ha: Failed to set" + line));
+    rmdir(kProgressFile);
+  }
+};
 
-TEST(BindingProgress, IsKeptAsANumberBesideOtherKeysAndZeroOnFailure) {
+TEST_F(BindingProgress, IsKeptAsANumberBesideOtherKeysAndZeroOnFailure) {
   ExpectKept(BindingProgressGet, BindingProgressSet, "BINDING", "binding");
   ExpectKept(UnbindingProgressGet, UnbindingProgressSet, "UNBINDING", "unbinding");
 }
 
-TEST(IsBinding, FollowsTheMarkerThenTheProgress) {
-  const struct {
-    bool marker;
-    const char* progress;
-    int result;
-    bool logged;
-  } cases[] = {{true, "BINDING=\"7\"\n", 1, false},
-               {false, "BINDING=\"7\"\n", 0, false},
-               {false, "BINDING=\"3\"\n", 1, false},
-               {false, "UNBINDING=\"3\"\n", 0, true}};
-  LogCapture log;
-  EXPECT_EQ(HAIsBinding(), 0) << "without a file";
-  for (const auto& [marker, progress, result, logged] : cases) {
-    unlink(kPassiveMarker);
-    if (marker) WriteFile(kPassiveMarker, "");
-    WriteFile(kProgressFile, progress);
-    EXPECT_EQ(HAIsBinding(), result);
-    EXPECT_EQ(!log.Take().empty(), logged);
-  }
+TEST_F(BindingProgress, IsGoingOnByTheMarkerAndThenTheNumber) {
+  EXPECT_EQ(Outcome(HAIsBinding()), "0") << "without a file";
+  WriteFile(kProgressFile, "UNBINDING=\"3\"\n");
+  EXPECT_THAT(Outcome(HAIsBinding()), StartsWith("0 ERROR ha: Failed to get binding progress"));
+  WriteFile(kProgressFile, "BINDING=\"3\"\n");
+  EXPECT_EQ(Outcome(HAIsBinding()), "1");
+  WriteFile(kProgressFile, "BINDING=\"7\"\n");
+  EXPECT_EQ(Outcome(HAIsBinding()), "0");
+  WriteFile(kPassiveMarker, "");
+  EXPECT_EQ(Outcome(HAIsBinding()), "1");
 }
 
 std::string Entry(const std::string& family, int index, const std::string& flag = "true") {
   const std::string i = std::to_string(index);
-  return family + "if" + i + "=\"" + family + i + "\"\n" + family + "ip" + i + "=\"10.0.0." + i +
-         "\"\n" + family + "netmask" + i + "=\"255.0.0." + i + "\"\n" + family + "if_enabled" + i +
-         "=\"" + flag + "\"\n";
+  return family + "if" + i + "=" + family + i + "\n" + family + "ip" + i + "=10.0.0." + i + "\n" +
+         family + "netmask" + i + "=255.0.0." + i + "\n" + family + "if_enabled" + i + "=" + flag +
+         "\n";
 }
 
-TEST(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve) {
-  LogCapture log;
-  SetConf(Entry("ha_", 2) + Entry("ha_bond_", 1) + Entry("ha_", 0) + Entry("ha_", 3, "TRUE") +
-          Entry("ha_bond_", 4, "true "));
+using NetInfo = Logged;
+
+TEST_F(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve) {
   HA_NET_INFO list[13], before;
-  const HA_NET_INFO none{};
   memset(&before, '?', sizeof before);
-  memset(list, '?', sizeof list);
+  list[3] = list[12] = before;
+  SetConf(Entry("ha_", 2) + Entry("ha_bond_", 1) + Entry("ha_", 0) + Entry("ha_", 3, "TRUE"));
   ASSERT_EQ(TAVOHAGetHANetinfo(list, 12), 3);
   EXPECT_STREQ(list[0].ifName, "ha_0");
   EXPECT_STREQ(list[1].ifName, "ha_bond_1");
   EXPECT_STREQ(list[1].ip, "10.0.0.1");
   EXPECT_STREQ(list[1].netmask, "255.0.0.1");
   EXPECT_STREQ(list[2].ifName, "ha_2");
-  EXPECT_EQ(list[2].reserved, 0u);
+  const HA_NET_INFO none{};
   EXPECT_EQ(memcmp(&list[3], &none, sizeof none), 0);
 
   std::string conf;
@@ -99,20 +82,12 @@ TEST(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve)
   EXPECT_STREQ(list[11].ifName, "ha_bond_5");
   EXPECT_EQ(memcmp(&list[12], &before, sizeof before), 0);
   log.Take();
-  EXPECT_EQ(TAVOHAGetHANetinfo(nullptr, 12), -1);
-  for (const int count : {11, 13}) {
-    EXPECT_EQ(TAVOHAGetHANetinfo(list, count), -1);
-    EXPECT_THAT(log.Take(), EndsWith("ERROR ha: Invalid argument"));
-  }
+  EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(nullptr, 12)), "-1 ERROR ha: Invalid argument");
+  EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(list, 11)), "-1 ERROR ha: Invalid argument");
 
   const std::string x(40, 'x');
-  SetConf("ha_if0=\"" + x + "\"\nha_ip0=\"" + x + "\"\nha_netmask0=\"" + x +
-          "\"\nha_if_enabled0=\"true\"\nha_bond_if_enabled0=\"true\"\n");
-  ASSERT_EQ(TAVOHAGetHANetinfo(list, 12), 2) << "one has no texts";
-  EXPECT_EQ(list[0].ifName, x.substr(0, 15));
-  EXPECT_EQ(list[0].ip, x.substr(0, 19));
-  EXPECT_EQ(list[0].netmask, x.substr(0, 19));
-  EXPECT_STREQ(list[1].ifName, "");
+  SetConf("ha_if0=" + x + "\nha_ip0=" + x + "\nha_netmask0=" + x +
+          "\nha_if_enabled0=true\nha_bond_if_enabled0=true\n");
   const std::string error = "ERROR ha: Failed to get ", from = " from conf. ";
   std::string lines =
       error + "if" + from + "0.; " + error + "ip" + from + "0.; " + error + "if" + from + "0.";
@@ -120,22 +95,22 @@ TEST(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelve)
     const std::string end = from + std::to_string(i) + ".";
     lines += "; " + error + "if" + end + "; " + error + "bond if" + end;
   }
-  EXPECT_EQ(log.Take(), lines);
+  EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(list, 12)), "2 " + lines) << "one has no texts";
+  EXPECT_EQ(list[0].ifName, x.substr(0, 15));
+  EXPECT_EQ(list[0].ip, x.substr(0, 19));
+  EXPECT_EQ(list[0].netmask, x.substr(0, 19));
+  EXPECT_STREQ(list[1].ifName, "");
 }
 
 TEST(AddressConflict, IsALineOfEitherListAndNothingElse) {
-  const struct {
-    std::string local, remote;
-    int result;
-  } cases[] = {{"10.0.0.9\n10.0.0.1\n", "", 1},
-               {"", "\n  \n\t 10.0.0.1 \r", 1},
-               {"10.0.0.11\n", "110.0.0.1\n", 0},
-               {"10.0.0.1 10.0.0.2\n", "", 0},
-               {std::string(1023 - 8, ' ') + "10.0.0.1\n", "", 1},  // the longest line
-               {std::string(1024 - 8, ' ') + "10.0.0.1\n", "", 0},
-               {std::string(1023, 'x') + "10.0.0.1\n", "", 0},
-               {std::string(70000, 'x') + "\n10.0.0.1\n", "", 1}};
-  EXPECT_EQ(TAVOHAIsHAIPConflict("10.0.0.1"), 0) << "no lists";
+  const std::tuple<std::string, std::string, int> cases[] = {
+      {"10.0.0.9\n10.0.0.1\n", "", 1},
+      {"", "\n  \n\t 10.0.0.1 \r", 1},
+      {"10.0.0.11\n", "110.0.0.1\n", 0},
+      {"10.0.0.1 10.0.0.2\n", "", 0},
+      {std::string(1023 - 8, ' ') + "10.0.0.1\n", "", 1},  // the longest line
+      {std::string(1024 - 8, ' ') + "10.0.0.1\n", "", 0},
+      {std::string(70000, 'x') + "\n10.0.0.1\n", "", 1}};
   for (const auto& [local, remote, result] : cases) {
     SCOPED_TRACE(local + "/" + remote);
     WriteFile("/var/lib/ha/ip.local", local);
