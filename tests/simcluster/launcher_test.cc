@@ -66,18 +66,12 @@ TEST_P(Launcher, GivesEachNodeItsOwnWorldAndLeavesTheMachineAsItWas) {
   EXPECT_THAT(Do("run host0 true"), HasSubstr("start one first"));
 }
 
-INSTANTIATE_TEST_SUITE_P(, Launcher, Values(false, true),
-                         [](const auto& user) { return user.param ? "AsNobody" : "AsCaller"; });
-
-class StartedLauncher : public Launched {
-  void SetUp() override { ASSERT_EQ(Start().output, ""); }
-};
-
-TEST_F(StartedLauncher, PassesOnWhatAProgramGetsAndGives) {
+TEST_P(Launcher, PassesOnWhatAProgramGetsAndGives) {
   EXPECT_EQ(Shell("echo text | " + Command("run host0 sed -e s/t/T/")).output, "Text\n");
   EXPECT_EQ(Do("run host0 sh -c 'ls /proc/self/fd | wc -l'"), "4\n");  // and that of ls itself
   for (const auto& [command, status] : {std::pair("run host0 sh -c 'exit 7'", 7),
                                         {"run host0 sh -c 'kill -9 $$'", 128 + 9},
+                                        {"run host0 test -e /lib/libtavoha.so", 0},
                                         {"run host0 no-such-command", 127},
                                         {"run host0", 2},
                                         {"run host7 true", 1},
@@ -89,5 +83,8 @@ TEST_F(StartedLauncher, PassesOnWhatAProgramGetsAndGives) {
   EXPECT_THAT(Do("log host1"), HasSubstr(" program: some words\n"));
   EXPECT_EQ(Do("log host0"), "");
 }
+
+INSTANTIATE_TEST_SUITE_P(, Launcher, Values(false, true),
+                         [](const auto& user) { return user.param ? "AsNobody" : "AsCaller"; });
 
 }  // namespace
