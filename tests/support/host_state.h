@@ -1,8 +1,4 @@
 // Whether a call left anything behind in its process.
-//
-//   const HostState before = HostState::Now();
-//   ...
-//   EXPECT_EQ(HostState::Now(), before);
 #ifndef TESTS_SUPPORT_HOST_STATE_H_
 #define TESTS_SUPPORT_HOST_STATE_H_
 
