@@ -21,9 +21,9 @@ TEST(CtlNode, NamesNumbersAndMarkersAreTheLibrarys) {
                   {"", "interface list", 0, "main:        -\nheartbeat:   -\ninterfaces:  -\n", ""},
                   {"", "mac 2", 1, "", "port 2 has no MAC address"}});
   WriteFile(kConfFile, ReadFile(kConfFile) +
-                           "ha_sn=\"S1\"\nha_if0=\"eth0\"\nha_ip0=\"192.0.2.1\"\n"
-                           "ha_netmask0=\"255.255.255.0\"\nha_if_enabled0=\"true\"\n"
-                           "ha_if_main=\"eth0\"\ndrbd_if=\"eth1\"\n");
+                           "ha_sn=\"S1\"\nha_if7=\"eth7\"\nha_ip7=\"192.0.2.1\"\n"
+                           "ha_netmask7=\"255.255.255.0\"\nha_if_enabled7=\"true\"\n"
+                           "ha_if_main=\"eth7\"\ndrbd_if=\"eth1\"\n");
   ExpectOutcomes(
       {{"", "serial", 0, "S1\n", ""},
        {"", "model", 0, "N1\n", ""},
@@ -33,11 +33,11 @@ TEST(CtlNode, NamesNumbersAndMarkersAreTheLibrarys) {
        {"", "conflict 192.0.2.2", 1, "no\n", ""},
        {"", "conflict 192.0.2.1", 0, "yes\n", ""},
        {"", "interface list", 0,
-        "main:       eth0\nheartbeat:  eth1\n\n"
-        "INTERFACE  ADDRESS    NETMASK\neth0       192.0.2.1  255.255.255.0\n",
+        "main:       eth7\nheartbeat:  eth1\n\n"
+        "INTERFACE  ADDRESS    NETMASK\neth7       192.0.2.1  255.255.255.0\n",
         ""},
        {"", "interface show", 0,
-        "interface:     eth0\nenabled:       yes\naddress:       192.0.2.1\n"
+        "interface:     eth7\nenabled:       yes\naddress:       192.0.2.1\n"
         "netmask:       255.255.255.0\nlive address:  -\nlive netmask:  -\n",
         ""},
        {"", "space expanding /volume1", 0, "/volume1 is marked as being expanded\n", ""},
