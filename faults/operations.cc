@@ -17,25 +17,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Answer {
-  std::string output{};
-  int status = 0;
-};
-using Rules = std::vector<std::pair<std::vector<std::string>, std::vector<Answer>>>;
+using Rules = test_support::ToolScript;
 
 // What a tool answers: for each pattern of arguments ("**" for any), one run after the other.
 std::pair<std::string, std::string> Script(const char* tool, const Rules& rules) {
-  using test_support::Pack;
-  test_support::Fields script;
-  for (const auto& [pattern, answers] : rules) {
-    test_support::Fields records;
-    for (const Answer& answer : answers) {
-      records.push_back(Pack({"0", answer.output, "", "0", "0", std::to_string(answer.status)}));
-    }
-    script.push_back(Pack(pattern));
-    script.push_back(Pack(records));
-  }
-  return {test_support::ToolScriptPath(tool), Pack(script)};
+  return {test_support::ToolScriptPath(tool), test_support::Packed(rules)};
 }
 
 using test_support::kConfFile;
@@ -48,7 +34,7 @@ constexpr char kList[] =
     "CHECKPOINT_LAST_:0\nPING_SERVER_:0\nPING_SERVER_:1\n";
 
 const Rules kSilent = {{{"**"}, {{}}}};
-const Rules kNotFound = {{{"**"}, {{.status = 6}}}};
+const Rules kNotFound = {{{"**"}, {{.exit_status = 6}}}};
 const Rules kPeerGone = {{{"**"}, {{.output = "nas-a: ONLINE\nnas-b: OFFLINE\n"}}}};
 
 Files Usual() {
@@ -300,7 +286,7 @@ std::vector<Operation> CrmOperations() {
       {"HACrmUnmanageIP", HACrmUnmanageIP},
       {"HACrmManageIP", HACrmManageIP, {}, 0, {Script("/usr/bin/cibadmin", kNotFound)}},
       {"HACrmRestartIP", HACrmRestartIP, {-1}, 0,
-       {Script("/usr/bin/cibadmin", {{{"**"}, {{}, {.status = 6}}}})}},
+       {Script("/usr/bin/cibadmin", {{{"**"}, {{}, {.exit_status = 6}}}})}},
       {"HACrmCleanState", HACrmCleanState, {}, 0, {Script("/usr/bin/cibadmin", kNotFound)}},
       {"HACrmConfReset", CALL(HACrmConfReset(0)), {}, kExclusive, Erased()},
       {"HACrmConfInit", CALL(HACrmConfInit(0)), {-1}, kExclusive, Erased()},

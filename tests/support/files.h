@@ -16,7 +16,7 @@ void WriteFile(const std::string& path, std::string_view content);
 std::string ReadFile(const std::string& path);
 // Whether there is something at the path, be it a link that leads nowhere.
 bool Exists(const std::string& path);
-// The names in a directory, sorted.
+// The names in a directory, sorted. Throws when there is none.
 std::vector<std::string> ListDirectory(const std::string& path);
 
 inline constexpr char kConfFile[] = "/usr/tavo/tavoha/etc/ha.conf";

@@ -4,37 +4,23 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
+#include <regex>
 
 #include "tests/support/files.h"
 
 namespace test_support {
 
 HostState HostState::Now(const std::vector<std::string>& directories) {
-  namespace fs = std::filesystem;
   constexpr int kIoPriorityOfProcess = 1;
   HostState state;
-  std::error_code gone;
-  for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
-    const std::string target = fs::read_symlink(entry, gone);
-    // Not the one that lists them.
-    if (!target.ends_with("/fd")) {
-      state.insert("descriptor " + entry.path().filename().string() + " of " + target);
-    }
-  }
-  for (const auto& entry : fs::directory_iterator("/proc", gone)) {
-    const std::string id = entry.path().filename();
-    if (atoi(id.c_str()) == 0) continue;
-    const std::string stat = ReadFile(entry.path() / "stat");
+  for (const std::string& open : OpenDescriptors()) state.insert("descriptor " + open);
+  for (const std::string& name : ListDirectory("/proc")) {
+    const std::string stat = ReadFile("/proc/" + name + "/stat");
     // "PID (NAME) STATE PARENT ..."; a name may hold blanks and parentheses.
-    const size_t close = stat.rfind(')');
-    char status = 0;
-    int parent = 0;
-    if (close != std::string::npos &&
-        sscanf(stat.c_str() + close + 1, " %c %d", &status, &parent) == 2 && parent == getpid()) {
-      state.insert("child " + stat.substr(0, close + 1) + " " + status);
+    static const std::regex form("(\\d+ \\(.*\\) \\w) (\\d+) [^)]*");
+    std::smatch parts;
+    if (std::regex_match(stat, parts, form) && std::stoi(parts[2]) == getpid()) {
+      state.insert("child " + parts[1].str());
     }
   }
   state.insert("nice " + std::to_string(getpriority(PRIO_PROCESS, 0)));

@@ -2,18 +2,15 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <pthread.h>
 #include <signal.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <map>
+#include <regex>
 #include <utility>
 
 namespace test_support {
@@ -21,36 +18,26 @@ namespace {
 
 // Returns the line in short, when it is of the module.
 std::string InShort(const std::string& datagram, const std::string& module) {
-  static const std::map<std::string, int> priorities = {{"ERROR", LOG_ERR},
-                                                        {"WARN", LOG_WARNING},
-                                                        {"NOTICE", LOG_NOTICE},
-                                                        {"INFO", LOG_INFO},
-                                                        {"DEBUG", LOG_DEBUG}};
+  static const char* const levels[] = {"ERROR", "WARN", "NOTICE", "INFO", "DEBUG"};
   // "<11>Nov  9 12:00:00 TAG[PID]: [HA-LEVEL] MODULE:LINE: BODY"
-  int priority = 0, process = 0, line = 0, length = 0;
-  char level[16], name[64];
-  sscanf(datagram.c_str(), "<%d>%*15c %*[^[][%d]: [HA-%15[A-Z]] %63[^:]:%d:%n", &priority, &process,
-         level, name, &line, &length);
-  if (length == 0 || datagram[static_cast<size_t>(length)] != ' ' || process < 1 || line < 1 ||
-      !priorities.contains(level) || priority != (LOG_USER | priorities.at(level))) {
+  static const std::regex start(
+      R"(<(1[1-5])>.{15} [^[]*\[[1-9]\d*\]: \[HA-(\w+)\] ([^:]+):[1-9]\d*:(?= ))");
+  std::smatch parts;
+  if (!std::regex_search(datagram, parts, start, std::regex_constants::match_continuous) ||
+      parts[2] != levels[std::stoi(parts[1]) - (LOG_USER | LOG_ERR)]) {
     return datagram;
   }
-  const std::string body = datagram.substr(static_cast<size_t>(length));
-  if (module.empty()) return std::string(level) + " " + name + ":" + body;
+  const std::string level = parts[2], name = parts[3], body = parts.suffix();
+  if (module.empty()) return level + " " + name + ":" + body;
   return module == name ? level + body : "";
 }
 
 }  // namespace
 
-LogCapture::LogCapture()
-    : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)),
-      stop_(eventfd(0, EFD_CLOEXEC)) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  strcpy(address.sun_path, "/dev/log");
-  if (bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-    ADD_FAILURE() << "cannot bind /dev/log: " << strerror(errno);
-  }
+LogCapture::LogCapture() : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
+  const sockaddr_un address = {AF_UNIX, "/dev/log"};
+  EXPECT_EQ(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0)
+      << strerror(errno);
   // The C library keeps its socket to the logger. Opened now, it is no descriptor that a test finds
   // to be new after a call.
   closelog();
@@ -61,8 +48,8 @@ LogCapture::LogCapture()
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &before);
   reader_ = std::thread([this] {
-    pollfd events[] = {{socket_.get(), POLLIN, 0}, {stop_.get(), POLLIN, 0}};
-    while (poll(events, 2, -1) >= 0 && events[1].revents == 0) {
+    pollfd event = {socket_.get(), POLLIN, 0};
+    while (poll(&event, 1, -1) == 1 && (event.revents & POLLHUP) == 0) {
       const std::lock_guard lock(mutex_);
       Drain();
     }
@@ -71,7 +58,7 @@ LogCapture::LogCapture()
 }
 
 LogCapture::~LogCapture() {
-  eventfd_write(stop_.get(), 1);
+  shutdown(socket_.get(), SHUT_RDWR);
   reader_.join();
   unlink("/dev/log");
 }
@@ -88,13 +75,9 @@ std::string LogCapture::Take(const std::string& module) {
 }
 
 void LogCapture::Drain() {
-  for (;;) {
-    char none;
-    const ssize_t length = recv(socket_.get(), &none, 1, MSG_PEEK | MSG_TRUNC);
-    if (length < 0) return;
-    std::string datagram(static_cast<size_t>(length), '\0');
+  for (ssize_t size; (size = recv(socket_.get(), nullptr, 0, MSG_PEEK | MSG_TRUNC)) > 0;) {
+    std::string& datagram = datagrams_.emplace_back(static_cast<size_t>(size), '\0');
     recv(socket_.get(), datagram.data(), datagram.size(), 0);
-    datagrams_.push_back(std::move(datagram));
   }
 }
 

@@ -30,7 +30,6 @@ class LogCapture {
   void Drain();  // with mutex_ held
 
   simcluster::Descriptor socket_;
-  simcluster::Descriptor stop_;
   std::mutex mutex_;
   std::vector<std::string> datagrams_;
   std::thread reader_;

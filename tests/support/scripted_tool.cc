@@ -1,70 +1,37 @@
 #include "tests/support/scripted_tool.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/file.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <system_error>
+#include <fstream>
 
-#include "simcluster/root/descriptor.h"
 #include "tests/support/files.h"
 #include "tests/support/tool_script.h"
 
 namespace test_support {
-namespace {
-
-constexpr char kAnyArguments[] = "**";
-
-simcluster::Descriptor LockTools() {
-  simcluster::Descriptor lock(open(kToolLock, O_RDWR | O_CREAT | O_CLOEXEC, 0666));
-  EXPECT_EQ(flock(lock.get(), LOCK_EX), 0) << kToolLock << ": " << strerror(errno);
-  return lock;
-}
-
-}  // namespace
 
 ScriptedTool::ScriptedTool(std::string path) : path_(std::move(path)) {
   namespace fs = std::filesystem;
-  std::error_code error;
-  fs::create_directories(kToolDirectory, error);
-  fs::create_directories(fs::path(path_).parent_path(), error);
-  fs::remove(path_, error);
-  fs::create_symlink(SCRIPTED_TOOL_PROGRAM, path_, error);
-  EXPECT_FALSE(error) << "cannot install " << path_ << ": " << error.message();
+  WriteFile(ToolScriptPath(path_), Packed(ToolScript{{kAnyArguments, {}}}));
+  fs::create_directories(fs::path(path_).parent_path());
+  fs::remove(path_);
+  fs::create_symlink(SCRIPTED_TOOL_PROGRAM, path_);
 }
 
 void ScriptedTool::Answer(const std::vector<ToolAnswer>& answers) {
-  AnswerTo({kAnyArguments}, answers);
+  AnswerTo(kAnyArguments, answers);
 }
 
 void ScriptedTool::AnswerTo(const std::vector<std::string>& arguments,
                             const std::vector<ToolAnswer>& answers) {
   const simcluster::Descriptor lock = LockTools();
   const std::string script_path = ToolScriptPath(path_);
-  const std::string script = Exists(script_path) ? ReadFile(script_path) : "";
-
-  Fields rules = Unpack(script);
-  const std::string pattern = Pack(arguments);
-  size_t at = 0;
-  while (at < rules.size() && rules[at] != pattern) at += 2;
-  if (at == rules.size()) {
-    // What answers any arguments stays last.
-    if (at > 0 && rules[at - 2] == Pack({kAnyArguments})) at -= 2;
-    rules.insert(rules.begin() + static_cast<ptrdiff_t>(at), {pattern, ""});
-  }
-  Fields records;
-  for (const ToolAnswer& answer : answers) {
-    records.push_back(
-        Pack({std::to_string(answer.delay_milliseconds), answer.output, answer.error_output,
-              std::to_string(answer.linger_milliseconds), std::to_string(answer.kill_signal),
-              std::to_string(answer.exit_status)}));
-  }
-  rules[at + 1] = Pack(records);
-  WriteFile(script_path, Pack(rules));
+  ToolScript script = nlohmann::json::from_msgpack(ReadFile(script_path));
+  auto rule = std::ranges::find(script, arguments, &ToolScript::value_type::first);
+  // What answers any arguments stays last.
+  if (rule == script.end()) rule = script.insert(rule - 1, {arguments, {}});
+  rule->second = answers;
+  WriteFile(script_path, Packed(script));
 }
 
 std::string ToolCall::CommandLine() const {
@@ -78,16 +45,10 @@ std::string ToolCall::CommandLine() const {
 }
 
 std::vector<ToolCall> TakeToolCalls() {
-  std::vector<ToolCall> calls;
-  if (!Exists(kToolCalls)) return calls;
   const simcluster::Descriptor lock = LockTools();
-  for (const std::string& record : Unpack(ReadFile(kToolCalls))) {
-    const Fields call = Unpack(record);
-    calls.push_back({.path = call[0],
-                     .arguments = Unpack(call[1]),
-                     .environment = Unpack(call[2]),
-                     .descriptors = Unpack(call[3]),
-                     .signals = call[4]});
+  std::vector<ToolCall> calls;
+  for (std::ifstream file(kToolCalls); file.peek() != EOF;) {
+    calls.push_back(nlohmann::json::from_msgpack(file, /*strict=*/false));
   }
   unlink(kToolCalls);
   return calls;

@@ -1,11 +1,4 @@
 // Programs whose every run a test prescribes, and can look at afterwards.
-//
-//   ScriptedTool crm_mon("/usr/bin/crm_mon");
-//   crm_mon.Answer({{.output = "nas-a: ONLINE\n"}});
-//   ScriptedTool crm("/usr/bin/crm");
-//   crm.AnswerTo({"node", "standby", "*"}, {{.exit_status = 1}, {.kill_signal = SIGKILL}, {}});
-//   ...
-//   EXPECT_THAT(TakeCommandLines(), ElementsAre("/usr/bin/crm_mon -1 -S"));
 #ifndef TESTS_SUPPORT_SCRIPTED_TOOL_H_
 #define TESTS_SUPPORT_SCRIPTED_TOOL_H_
 

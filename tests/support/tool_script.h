@@ -1,45 +1,50 @@
-// The files through which a test and the tools that it scripts talk, in /run/tools of the private
-// root. A record is a run of fields "LENGTH:BYTES", so that a field holds any bytes, be it a
-// record.
+// The files through which a test and the tools that it scripts talk, in MessagePack, whose texts
+// hold any bytes.
 #ifndef TESTS_SUPPORT_TOOL_SCRIPT_H_
 #define TESTS_SUPPORT_TOOL_SCRIPT_H_
 
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
+
+#include "simcluster/root/descriptor.h"
+#include "tests/support/scripted_tool.h"
 
 namespace test_support {
 
 inline constexpr char kToolDirectory[] = "/run/tools";
-inline constexpr char kToolLock[] = "/run/tools/lock";    // held while any file here is in use
-inline constexpr char kToolCalls[] = "/run/tools/calls";  // a record a call: see ToolCall
+inline constexpr char kToolCalls[] = "/run/tools/calls";  // one ToolCall after the other
 
-// Where the script of the tool at `path` is kept: patterns of arguments, each with the answers
-// behind it. A pattern and an answer (see ToolAnswer) are records.
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ToolAnswer, delay_milliseconds, output, error_output,
+                                   linger_milliseconds, kill_signal, exit_status)
+NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(ToolCall, path, arguments, environment, descriptors, signals)
+
+// Patterns of arguments, each with the answers that are still to be given.
+using ToolScript = std::vector<std::pair<std::vector<std::string>, std::vector<ToolAnswer>>>;
+inline const std::vector<std::string> kAnyArguments = {"**"};
+
+// Where the script of the tool at `path` is kept.
 inline std::string ToolScriptPath(std::string path) {
   std::ranges::replace(path, '/', '\\');
   return std::string(kToolDirectory) + "/script" + path;
 }
 
-using Fields = std::vector<std::string>;
-
-inline std::string Pack(const Fields& fields) {
-  std::string record;
-  for (const std::string& field : fields) {
-    record.append(std::to_string(field.size())).append(":").append(field);
-  }
-  return record;
+inline std::string Packed(const nlohmann::json& value) {
+  std::string bytes;
+  nlohmann::json::to_msgpack(value, bytes);
+  return bytes;
 }
 
-inline Fields Unpack(std::string_view record) {
-  Fields fields;
-  while (!record.empty()) {
-    const size_t start = record.find(':') + 1;
-    fields.emplace_back(record.substr(start, std::stoul(std::string(record.substr(0, start - 1)))));
-    record.remove_prefix(start + fields.back().size());
-  }
-  return fields;
+// Held while any of the files is in use.
+inline simcluster::Descriptor LockTools() {
+  simcluster::Descriptor lock(open(kToolDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  flock(lock.get(), LOCK_EX);
+  return lock;
 }
 
 }  // namespace test_support

@@ -12,6 +12,7 @@ import tempfile
 import jsonschema
 
 simcluster, virtual_time, sources = sys.argv[1:]
+wrong = []
 
 # In order; what the commands leave behind is what the next ones meet.
 COMMANDS = """
@@ -40,13 +41,13 @@ def on_node(*command):
 
 
 def leaves(*group):
+    help_text = on_node("tavohactl", *group, "--help")
+    if "Examples:\n  tavohactl " not in help_text:
+        wrong.append(f"{group}: its help teaches by no example")
+    if "SUBCOMMAND" not in help_text:
+        return {" ".join(group)}
     words = on_node("tavohactl", "--complete", *group, "").split()
-    for word in words:
-        help_text = on_node("tavohactl", *group, word, "--help")
-        if "SUBCOMMAND" in help_text:
-            yield from leaves(*group, word)
-        else:
-            yield " ".join([*group, word])
+    return {leaf for word in words for leaf in leaves(*group, word)}
 
 
 def main():
@@ -55,7 +56,6 @@ def main():
     with open(sources + "/tools/tavohactl/tavohactl.8") as file:
         manual = file.read()
     jsonschema.Draft202012Validator.check_schema(schema)
-    wrong = []
 
     def check(name, answer):
         try:
@@ -63,7 +63,7 @@ def main():
         except (ValueError, jsonschema.ValidationError) as error:
             wrong.append(f"{name}: {answer}: {error}")
 
-    commands = set(leaves())
+    commands = leaves()
     for command in commands:
         if f".It Cm {command}\n" not in manual and f".It Cm {command} " not in manual:
             wrong.append(f"{command}: not in the manual")
@@ -81,15 +81,13 @@ def main():
     if commands != met:
         wrong.append(f"never asked, or not there any more: {commands ^ met}")
     check("error", on_node("tavohactl", "conf", "get", "ha_unique", "--json"))
-    return wrong
 
 
 with tempfile.TemporaryDirectory() as scratch:
     os.environ["SIMCLUSTER_STATE"] = scratch + "/cluster"
     run([simcluster, "start"], check=True)
     try:
-        mistakes = main()
+        main()
     finally:
         run([simcluster, "stop"])
-print("\n".join(mistakes))
-sys.exit(1 if mistakes else 0)
+sys.exit("\n".join(wrong) or 0)

@@ -25,9 +25,7 @@ TEST(CtlConf, EveryNameReachesTheKeyOfThatName) {
   }
   const json list = TavohactlJson("conf list");
   json listed;
-  for (const json& row : list["values"]) {
-    listed[row["key"].get<std::string>()] = row["value"];
-  }
+  for (const json& row : list["values"]) listed[row["key"].get<std::string>()] = row["value"];
   EXPECT_EQ(listed, expected);
   EXPECT_EQ(Tavohactl("conf get mac_local_ 11").output, "value of mac_local_\n");
   EXPECT_EQ(Tavohactl("conf get ip_remote").output, "value of ip_remote\n");
@@ -55,57 +53,18 @@ TEST(CtlConf, ValuesComeBackAsTheyWereGivenAndFailuresSayWhereToLook) {
             failed.error);
 }
 
-TEST(CtlStatus, ShowsBothNodesAsTheClusterSeesThem) {
-  StartHa();
-  ScriptedTool crm_mon("/usr/bin/crm_mon");
-  crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: OFFLINE STANDBY\n"}});
-  ScriptedTool crm_resource("/usr/bin/crm_resource"), cibadmin("/usr/bin/cibadmin");
-  crm_resource.Answer({{}});
-  // Of the questions for rules, those about nas-b and any rule, RULE_MEMSIZE and RULE_SB get a yes.
-  cibadmin.AnswerTo({"--query", "--local", "--xpath", "*"}, {{.exit_status = 1}, {}});
-  for (const char* rule : {"RULE_MEMSIZE", "RULE_SB_nas-b"}) {
-    const std::string path =
-        "//rsc_location[@id=\"" + std::string(rule) + "\" and @node=\"nas-b\"]";
-    cibadmin.AnswerTo({"--query", "--xpath", path}, {{}});
-  }
-  cibadmin.Answer({{.exit_status = 1}});
-  EXPECT_EQ(TavohactlJson("status"), json::parse(R"({
-    "this_host": "nas-a", "cluster": "warning", "running": true, "active": false,
-    "safe_mode": false, "upgrading": false, "corosync_alive": true, "pacemaker_alive": true,
-    "nodes": [{"node": "host0", "host_name": "nas-a", "local": true,
-               "status": "online", "role": "not_ready", "rules": []},
-              {"node": "host1", "host_name": "nas-b", "local": false,
-               "status": "warning_offline", "role": "none", "rules": ["memsize", "sb"]}]
-  })"));
-  cibadmin.AnswerTo({"--query", "--local", "--xpath", "*"}, {{.exit_status = 1}, {}});
-  EXPECT_THAT(
-      Tavohactl("status").output,
-      AllOf(StartsWith("this host:        nas-a\ncluster:          warning\n"),
-            EndsWith("\n\n"
-                     "NODE   HOST NAME  LOCAL  STATUS           ROLE       RULES\n"
-                     "host0  nas-a      yes    online           not_ready  -\n"
-                     "host1  nas-b      no     warning_offline  none       memsize, sb\n")));
-}
-
 TEST(CtlStatus, ShowsEachMarkerAndANodeWithoutHa) {
-  const std::pair<const char*, const char*> markers[] = {
-      {"/tmp/ha_role_active", "active"},
-      {"/var/lib/ha/ha.safemode.info", "safe_mode"},
-      {"/var/lib/ha/ha.upg", "upgrading"}};
   const json off = TavohactlJson("status");
   EXPECT_EQ(off["running"], false);
   EXPECT_EQ(off["nodes"][0]["status"], "standalone");
   EXPECT_EQ(off["nodes"][1]["status"], "none");
   StartHa();
-  SetConf("host0=\"nas-b\"\nhost1=\"nas-c\"\n");
-  for (const auto& [file, member] : markers) {
+  for (const auto& [file, member] : {std::pair("/tmp/ha_role_active", "active"),
+                                     {"/var/lib/ha/ha.safemode.info", "safe_mode"},
+                                     {"/var/lib/ha/ha.upg", "upgrading"}}) {
+    EXPECT_EQ(TavohactlJson("status")[member], false);
     WriteFile(file, "");
-    const json status = TavohactlJson("status");
-    EXPECT_EQ(status["nodes"][0]["local"], false);
-    for (const auto& [other_file, other_member] : markers) {
-      EXPECT_EQ(status[other_member], file == other_file) << other_member << " with " << file;
-    }
-    unlink(file);
+    EXPECT_EQ(TavohactlJson("status")[member], true) << member;
   }
 }
 
@@ -113,8 +72,6 @@ TEST(CtlUsage, AMistakeIsNamedWithTheNearestRightWord) {
   const std::pair<std::string, std::string> cases[] = {
       {"", "a command is missing: status, role, watch, node, "},
       {"stauts", "no such command: stauts; did you mean \"status\"?\nTry: tavohactl --help\n"},
-      {"stat", "no such command: stat; did you mean \"status\"?"},
-      {"conf", "conf: a command is missing: get, set, list, keys, export"},
       {"conf gte host0", "conf: no such command: gte; did you mean \"get\"?"},
       {"conf get", "get: KEY is required\nTry: tavohactl conf get --help\n"},
       {"conf get host0 1 2", "get: there is no place for \"2\""},
@@ -123,11 +80,10 @@ TEST(CtlUsage, AMistakeIsNamedWithTheNearestRightWord) {
       {"conf get mac_loacl_3", "did you mean \"mac_local_\"?"},
       {"conf get host0 1", "host0 has no index"},
       {"conf get ha_ip", "say which one, ha_ip 0 to ha_ip 11"},
-      {"conf get ha_ip 12", "\"12\" is no index of ha_ip"},
       {"conf get ha_ip 1x", "\"1x\" is no index of ha_ip"},
       {"conf set host0", "VALUE is missing"},
       {"conf set ha_ip 10.1.1.5", "say which one"}};
-  WriteFile("/usr/tavo/tavoha/etc/ha.conf", "host0=\"nas-a\"\n");
+  WriteFile(kConfFile, "host0=\"nas-a\"\n");
   for (const auto& [command_line, error] : cases) {
     SCOPED_TRACE(command_line);
     const Outcome outcome = Tavohactl(command_line);
@@ -136,20 +92,11 @@ TEST(CtlUsage, AMistakeIsNamedWithTheNearestRightWord) {
     EXPECT_THAT(outcome.error, StartsWith("tavohactl: "));
     EXPECT_THAT(outcome.error, HasSubstr(error));
   }
-  EXPECT_EQ(ReadFile("/usr/tavo/tavoha/etc/ha.conf"), "host0=\"nas-a\"\n");
+  EXPECT_EQ(ReadFile(kConfFile), "host0=\"nas-a\"\n");
 }
 
-TEST(CtlUsage, HelpIsAnAnswerAndTeachesByExample) {
-  for (const std::string command :
-       {"",    "watch",    "status", "role",  "node",    "wait",     "rule",     "resource",
-        "ip",  "cluster",  "peer",   "sync",  "space",   "conf",     "conf set", "interface",
-        "mac", "hostname", "serial", "model", "binding", "conflict", "stop"}) {
-    const Outcome outcome = Tavohactl(command + " --help");
-    EXPECT_EQ(outcome.status, 0) << command;
-    EXPECT_THAT(outcome.output, HasSubstr("Examples:\n  tavohactl "));
-    EXPECT_EQ(outcome.error, "");
-  }
-  EXPECT_EQ(Tavohactl("conf keys >/dev/full").status, 1) << "an answer that cannot be written";
+TEST(CtlUsage, AnAnswerThatCannotBeWrittenIsAFailure) {
+  EXPECT_EQ(Tavohactl("conf keys >/dev/full").status, 1);
 }
 
 }  // namespace

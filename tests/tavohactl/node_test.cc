@@ -13,38 +13,39 @@ ShellResult AtTerminal(const std::string& command_line, const std::string& typed
 
 TEST(CtlNode, NamesNumbersAndMarkersAreTheLibrarys) {
   StartHa();
-  const std::string conf = "cd /usr/tavo/tavoha/etc; printf '%s=\"%s\"\\n' ";
+  std::filesystem::create_directory("/tmp/ha");
+  WriteFile("/etc.defaults/tavoinfo.conf", "upnpmodelname=\"N1\"\n");
+  WriteFile("/tmp/.ha.status", "BINDING=\"3\"\n");
+  WriteFile("/var/lib/ha/ip.remote", "192.0.2.1\n");
+  ExpectOutcomes({{"", "serial", 1, "", "there is no serial number; see the system log"},
+                  {"", "interface list", 0, "main:        -\nheartbeat:   -\ninterfaces:  -\n", ""},
+                  {"", "mac 2", 1, "", "port 2 has no MAC address"}});
+  WriteFile(kConfFile, ReadFile(kConfFile) +
+                           "ha_sn=\"S1\"\nha_if7=\"eth7\"\nha_ip7=\"192.0.2.1\"\n"
+                           "ha_netmask7=\"255.255.255.0\"\nha_if_enabled7=\"true\"\n"
+                           "ha_if_main=\"eth7\"\ndrbd_if=\"eth1\"\n");
   ExpectOutcomes(
-      {{"", "hostname nas", 0, "cluster:  nas\nlocal:    nas-a\nremote:   nas-b\n", ""},
-       {"", "serial", 1, "", "there is no serial number; see the system log"},
-       {conf + "ha_sn S1 >>ha.conf", "serial", 0, "S1\n", ""},
-       {"", "model", 1, "", "there is no model name"},
-       {"echo 'upnpmodelname=\"N1\"' >/etc.defaults/tavoinfo.conf", "model", 0, "N1\n", ""},
-       {"echo 'BINDING=\"3\"' >/tmp/.ha.status", "binding", 0,
+      {{"", "serial", 0, "S1\n", ""},
+       {"", "model", 0, "N1\n", ""},
+       {"", "hostname nas", 0, "cluster:  nas\nlocal:    nas-a\nremote:   nas-b\n", ""},
+       {"", "binding", 0,
         "binding:             yes\nbinding progress:    3\nunbinding progress:  -\n", ""},
-       {"", "conflict 192.0.2.1", 1, "no\n", ""},
-       {"echo 192.0.2.1 >/var/lib/ha/ip.remote", "conflict 192.0.2.1", 0, "yes\n", ""},
-       {"", "interface list", 0, "main:        -\nheartbeat:   -\ninterfaces:  -\n", ""},
-       {conf + "ha_if0 eth0 ha_ip0 192.0.2.1 ha_netmask0 255.255.255.0 ha_if_enabled0 true "
-               "ha_if_main eth0 drbd_if eth1 ha_mac_3 02:00:00:00:00:03 >>ha.conf",
-        "interface list", 0,
-        "main:       eth0\nheartbeat:  eth1\n\n"
-        "INTERFACE  ADDRESS    NETMASK\neth0       192.0.2.1  255.255.255.0\n",
+       {"", "conflict 192.0.2.2", 1, "no\n", ""},
+       {"", "conflict 192.0.2.1", 0, "yes\n", ""},
+       {"", "interface list", 0,
+        "main:       eth7\nheartbeat:  eth1\n\n"
+        "INTERFACE  ADDRESS    NETMASK\neth7       192.0.2.1  255.255.255.0\n",
         ""},
        {"", "interface show", 0,
-        "interface:     eth0\nenabled:       yes\naddress:       192.0.2.1\n"
+        "interface:     eth7\nenabled:       yes\naddress:       192.0.2.1\n"
         "netmask:       255.255.255.0\nlive address:  -\nlive netmask:  -\n",
         ""},
-       {"", "interface show eth1", 1, "", "ha.conf does not say it all about eth1"},
-       {"", "mac 2", 1, "", "port 2 has no MAC address"},
-       {"", "mac 3", 0, "02:00:00:00:00:03\n", ""},
-       {"", "space expanding /volume1", 1, "", "the marker could not be written; see the system"},
-       {"mkdir /tmp/ha", "space expanding /volume1", 0, "/volume1 is marked as being expanded\n",
-        ""},
+       {"", "space expanding /volume1", 0, "/volume1 is marked as being expanded\n", ""},
        {"", "space fake-role primary", 0, "primary\n", ""},
-       {"", "space fake-role none", 0, "none\n", ""},
-       {"", "space fake-role", 0, "none\n", ""},
+       {"", "space fake-role", 0, "primary\n", ""},
        {"", "space fake-role primer", 2, "", "did you mean \"primary\"?"},
+       {"", "peer log event --class x", 2, "", "--class: "},
+       {"", "sync status", 1, "", "the daemon does not run (/var/run/ha/lsyncd.pid)\n"},
        {"", "sync password 7", 1, "", "the password files in /usr/tavo/tavoha/etc/confsync could"},
        {"mkdir /usr/tavo/tavoha/etc/confsync", "sync password 4294967296", 2, "",
         "a password is a number from 0 to 4294967295"},
@@ -52,51 +53,6 @@ TEST(CtlNode, NamesNumbersAndMarkersAreTheLibrarys) {
         ""}});
   EXPECT_THAT(ReadFile("/tmp/ha/ha_is_expanding_space"), HasSubstr("expandSpace=/volume1\n"));
   EXPECT_EQ(ReadFile("/usr/tavo/tavoha/etc/confsync/rsync.pw"), "8");
-}
-
-TEST(CtlNode, OrdersReachThePeer) {
-  StartHa();
-  ScriptedTool crm_node("/usr/bin/crm_node"), crm_mon("/usr/bin/crm_mon");
-  crm_node.Answer({{}});
-  crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: OFFLINE\n"}});
-  WriteFile("/run/payload", "rest\n");
-  ExpectOutcomes(
-      {{"", "peer send 'SYNCMD02 now'", 0, "the message is sent to nas-b\n", ""},
-       {"", "peer send HELLO --file /run/payload", 0, "the message is sent to nas-b\n", ""},
-       {"", "peer send HELLO --file /run/none", 1, "",
-        "could not be sent to nas-b; see the system"},
-       {"", "peer smart-test /dev/sda", 0, "the order for the test is sent to nas-b\n", ""},
-       {"", "peer trim /volume1", 0, "the order to trim is sent to nas-b\n", ""},
-       {"", "peer sync-sys-part", 0, "the order is sent to nas-b\n", ""},
-       {"", "peer log event", 1, "", "nas-b did not record the event: it is not online"},
-       {"", "peer log event --class x", 2, "", "--class: "}});
-  EXPECT_THAT(
-      TakeCommandLines(),
-      ElementsAre("/usr/bin/crm_node --node nas-b --mesg 'SYNCMD02 now'",
-                  "/usr/bin/crm_node --node nas-b --mesg -fIlE-:/run/payload",
-                  "/usr/bin/crm_node --node nas-b --mesg SMARTEST/dev/sda",
-                  "/usr/bin/crm_node --node nas-b --mesg SSD_TRIM/volume1",
-                  "/usr/bin/crm_node --node nas-b --mesg SYNCMD01", "/usr/bin/crm_mon -1 -S"));
-}
-
-TEST(CtlNode, TheSyncDaemonsAnswersAreShown) {
-  // A daemon for one exchange: takes the command, and replies.
-  const std::string pid = "mkdir -p /var/run/ha; echo $$ >/var/run/ha/lsyncd.pid; cd /tmp\n",
-                    listen = pid +
-                             "mkfifo ha.lsyncd.fifoCmd ha.lsyncd.fifoData 2>/dev/null\n"
-                             "exec 3<>ha.lsyncd.fifoCmd\n";
-  const auto reply = [&](const std::string& lines) {
-    return listen + "(head -c1 <&3 >/run/command; printf '" + lines + "' >ha.lsyncd.fifoData) &";
-  };
-  const std::string status = reply("3\\nidle:true\\nerror desc:disk full\\nstarted:no\\n"),
-                    events = reply("2\\ncreate:/a:b\\nmo\\033ve:\\377\\n");
-  ExpectOutcomes({{"", "sync status", 1, "", "the daemon does not run (/var/run/ha/lsyncd.pid)\n"},
-                  {status, "sync status", 0,
-                   "STATE    VALUE\nidle     yes\nstarted  no\n\nERROR\ndisk full\n", ""},
-                  {events, "sync events", 0, "KEY     VALUE\ncreate  /a:b\nmo?ve   \xff\n", ""},
-                  {listen, "sync check", 0, "the daemon has been told to check\n", ""}});
-  EXPECT_EQ(TavohactlJson("sync events", events)["events"][1],
-            json({{"key", "mo\033ve"}, {"value", "\uFFFD"}}));
 }
 
 TEST(CtlNode, TheConfigurationTravelsAsOneRecord) {
