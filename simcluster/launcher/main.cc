@@ -17,6 +17,9 @@ namespace {
 
 constexpr int kExitUsage = 2;
 
+// Messages may hold any bytes.
+void Print(const std::string& text) { fwrite(text.data(), 1, text.size(), stdout); }
+
 void PrintStatus(const Cluster& cluster) {
   if (!cluster.IsRunning()) {
     puts("no cluster runs");
@@ -135,10 +138,10 @@ int Main(int argc, char** argv) {
   if (*start) cluster.Start();
   if (*stop) cluster.Stop();
   if (*status) PrintStatus(cluster);
-  if (*log) fputs(cluster.Log(Cluster::FindNode(node)).c_str(), stdout);
-  if (*journal) fputs(cluster.Journal(Cluster::FindNode(node)).c_str(), stdout);
-  if (*messages) fputs(cluster.Messages(Cluster::FindNode(node)).c_str(), stdout);
-  if (*cib) fputs(cluster.InformationBase().c_str(), stdout);
+  if (*log) Print(cluster.Log(Cluster::FindNode(node)));
+  if (*journal) Print(cluster.Journal(Cluster::FindNode(node)));
+  if (*messages) Print(cluster.Messages(Cluster::FindNode(node)));
+  if (*cib) Print(cluster.InformationBase());
   if (*operation_fault) cluster.FailOperation(Cluster::FindNode(node), resource);
   if (*log_fault) cluster.SetLogFault(fault);
   if (*sync_fault) cluster.SetSyncFault(fault);

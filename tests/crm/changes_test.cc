@@ -75,7 +75,7 @@ TEST_F(Constraints, ABusyLockIsWaitedForThenReportedAndHeldToTheEnd) {
       {[] { return Set(0, 3); }, "Failed to lock for setting constraint", "delete RULE_"},
       {HACrmManageIP, "Failed to lock file for operating IP", "crm_resource"},
       {HACrmCleanState, "Failed to lock for clean state", "crm configure delete"}};
-  at_pause = [this, note = at_pause] {
+  at_pause = [note = at_pause] {
     FILE* lock = nullptr;
     EXPECT_EQ(HAFileLock(&lock, HA_LOCK_CRM_OPERATION, 0), -1);
     note();
@@ -89,8 +89,7 @@ TEST_F(Constraints, ABusyLockIsWaitedForThenReportedAndHeldToTheEnd) {
       cibadmin.Answer({{}, {}, {.exit_status = 6}});  // not confirmed at once
       EXPECT_EQ(change(), 0);
       EXPECT_THAT(Done(), StartsWith(Then({Times(busy ? 10 : 0, "pause 1"), first_command})));
-      const auto reported = HasSubstr("ERROR " + message);
-      EXPECT_THAT(Log(), busy ? Matcher<Story>(reported) : Not(reported));
+      EXPECT_EQ(Log().find("ERROR " + message) != Story::npos, busy);
       HAFileUnlock(&held);
     }
   }

@@ -246,8 +246,12 @@ TEST_F(TwoNodeCluster, GoesThroughItsLifeWithTavohactl) {
       {"nas-a", "peer smart-test /dev/sda", 0, "the order for the test is sent to nas-b\n"},
       {"nas-a", "peer trim /volume1", 0, "the order to trim is sent to nas-b\n"},
       {"nas-a", "peer sync-sys-part", 0, "the order is sent to nas-b\n"},
+      {"", "run nas-a sh -c 'printf a\\\\0b >/run/payload'"},
+      {"nas-a", "peer send HELLO --file /run/payload", 0, "the message is sent to nas-b\n"},
       {"", "messages nas-b", 0,
-       "000001: SMARTEST/dev/sda\n000002: SSD_TRIM/volume1\n000003: SYNCMD01\n"},
+       "000001: SMARTEST/dev/sda\n000002: SSD_TRIM/volume1\n000003: SYNCMD01\n"
+       "000004: HELLO\na" +
+           std::string("\0b\n", 3)},
       {"nas-b", "ip status", 0, "managed\n"},
       {"nas-a", "ip unmanage", 0, "unmanaged\n"},
       {"nas-b", "ip status", 1, "unmanaged\n"},
