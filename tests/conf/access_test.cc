@@ -43,7 +43,8 @@ TEST_F(Conf, VirtualTypesFollowTheHostDirection) {
   EXPECT_EQ(Get(HA_CONF_IP0), "10.0.0.1");
   SetConf("host0=\"nas-a\"\n");
   ASSERT_EQ(sethostname("", 0), 0);
-  EXPECT_THAT(Outcome(TAVOHAGetHostDirection()), EndsWith("; ERROR conf: Failed to get host name"));
+  EXPECT_THAT(Outcome(TAVOHAGetHostDirection()),
+              AllOf(StartsWith("-1 "), EndsWith("; ERROR conf: Failed to get host name")));
 }
 
 TEST_F(Conf, BadInputIsLoggedAndChangesNothing) {
@@ -69,6 +70,8 @@ TEST_F(Conf, BadInputIsLoggedAndChangesNothing) {
   }
   EXPECT_EQ(Outcome(TAVOHAGetConfByIF(0, "lo", value, 8)), "-1");
   EXPECT_EQ(TAVLIBErrGet(), 0xD900);
+  EXPECT_EQ(Outcome(TAVOHAGetConfByIF(0, "eth12", value, 8)),
+            kInvalid + "; ERROR conf: Failed to get the key of conf type 25, idx 12");
   EXPECT_EQ(Outcome(TAVOHAGetConf(HA_CONF_IP0, 0, value, 8)), "-1") << "there is no such key";
   EXPECT_STREQ(value, "before");
   EXPECT_EQ(Outcome(TAVOHASetConf(HA_CONF_HOST1, 0, "two\nlines")),
@@ -152,7 +155,7 @@ TEST_F(Conf, ForgettingThePeerEmptiesItsKeysOnlyAndStopsAtTheFirstFailure) {
 
   SetConf("ip0=\"1\"\n");  // no host0: no host direction
   EXPECT_THAT(Outcome(TAVOHACleanConfRemote()),
-              EndsWith("; ERROR conf: failed to clean remote host."));
+              AllOf(StartsWith("-1 "), EndsWith("; ERROR conf: failed to clean remote host.")));
   EXPECT_EQ(ReadFile(kConfFile), "ip0=\"1\"\nis_hybrid=\"false\"\n");
   std::filesystem::remove_all("/usr/tavo");
   EXPECT_EQ(Outcome(TAVOHACleanConfRemote()),

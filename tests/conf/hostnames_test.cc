@@ -32,6 +32,8 @@ TEST_F(OriginalHostname, EveryFailureSaysWhyAndLeavesTheBuffer) {
   char name[64] = "as it was";
   SetRunning(false);
   EXPECT_EQ(Outcome(TAVOHAGetOriginalHostname(name, 63, 1)), "-1 ERROR conf: Invalid argument");
+  EXPECT_THAT(Outcome(TAVOHAGetOriginalHostname(nullptr, 64, 1)),
+              StartsWith("-1 ERROR conf: Failed to get hostname.[0x0D00 "));
   ASSERT_EQ(TAVLIBFileLock(0x105, 5), 0);
   EXPECT_THAT(Outcome(TAVOHAGetOriginalHostname(name, sizeof name, 1)),
               MatchesRegex("-1 ERROR conf: Failed to get hostname\\.\\[0x0400 "
@@ -39,7 +41,7 @@ TEST_F(OriginalHostname, EveryFailureSaysWhyAndLeavesTheBuffer) {
   SetRunning(true);
   SetConf("");
   EXPECT_THAT(Outcome(TAVOHAGetOriginalHostname(name, sizeof name, 1)),
-              EndsWith("; ERROR conf: Failed to get host from conf."));
+              AllOf(StartsWith("-1 "), EndsWith("; ERROR conf: Failed to get host from conf.")));
   EXPECT_STREQ(name, "as it was");
 }
 

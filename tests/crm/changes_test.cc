@@ -118,7 +118,6 @@ TEST_F(IPResource, ARestartThatFailsStopsThereWithTheAddressUnmanaged) {
   using Answers = std::vector<ToolAnswer>;  // none: there is no agent
   const std::tuple<Answers, int, Story, Story> cases[] = {
       {{{}, {}}, 0, "IPaddr2 stop; IPaddr2 start; " + Set("true"), "NOTICE HA crm manage IP"},
-      {{{.exit_status = 1}}, -1, "IPaddr2 stop", "ERROR Failed to stop ip"},
       {{{.kill_signal = SIGKILL}}, -1, "IPaddr2 stop", "ERROR Failed to stop ip"},
       {{{}, {.exit_status = 7}}, -1, "IPaddr2 stop; IPaddr2 start", "ERROR Failed to start ip"},
       {{}, -1, "", "ERROR Failed to stop ip"}};

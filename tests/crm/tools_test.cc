@@ -20,7 +20,6 @@ TEST_F(ToolRunner, ListingsAreReadByTheirFormAndBelievedByTheExitStatus) {
       {{.output = " a:b:0 \na:b:1"}, 0, 1, 1},
       {{.output = "a:b\n"}, 0, 1, 0},
       {{.output = "x: nas-b\na:b:0\n", .exit_status = 234}, 0, 0, 0},
-      {{.output = "x: nas-b\na:b:0\n", .exit_status = 1}, 0, 0, 0},
       {{.output = "x: nas-b\na:b:0\n", .kill_signal = SIGTERM}, 0, 0, 0},
       {{.output = "x: nas-b\na:b:0\n", .linger_milliseconds = 5, .exit_status = 1}, 0, 0, 0}};
   const HostState before = HostState::Now();

@@ -37,7 +37,7 @@ Function Platforms(const char* name) {
 
 }  // namespace
 
-// All work passes one of these, that of the full library before it is loaded.
+// All work passes one of these, that of the full library between its loading and unloading.
 int TAVLIBFileExist(const char* path) {
   return Platforms<decltype(&TAVLIBFileExist)>("TAVLIBFileExist")(path);
 }
@@ -46,6 +46,7 @@ int TAVLIBFileSetKeyValue(const char* path, const char* key, const char* value,
   return Platforms<decltype(&TAVLIBFileSetKeyValue)>("TAVLIBFileSetKeyValue")(path, key, value,
                                                                               format);
 }
+int dlclose(void* handle) noexcept { return Platforms<decltype(&dlclose)>("dlclose")(handle); }
 
 namespace {
 

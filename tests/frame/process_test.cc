@@ -31,10 +31,13 @@ TEST(Priority, PutsInAClassWhatHasNone) {
     TAVOHASetPriority(0, set, 0, 0);
     EXPECT_EQ(syscall(SYS_ioprio_get, 1, getpid()), kept);
   }
-  int number = 0;
-  EXPECT_EQ(TAVOHAGetPriority(&number, &number, &number, nullptr), 0);
-  EXPECT_EQ(TAVLIBErrGet(), 0x0D00);
-  EXPECT_STREQ(TAVLIBErrorGetFile(), "ha_get_priority");
+  for (int missing = 0; missing < 4; ++missing) {
+    int number = 0, *to[] = {&number, &number, &number, &number};
+    to[missing] = nullptr;
+    EXPECT_EQ(TAVOHAGetPriority(to[0], to[1], to[2], to[3]), 0);
+    EXPECT_EQ(TAVLIBErrGet(), 0x0D00);
+    EXPECT_STREQ(TAVLIBErrorGetFile(), "ha_get_priority");
+  }
 }
 
 TEST(Priority, FallsBackToTheLegacyFileAndRecordsWhatIsUnset) {
@@ -42,12 +45,16 @@ TEST(Priority, FallsBackToTheLegacyFileAndRecordsWhatIsUnset) {
   TAVOHASetPriority(0, 0x4004, -1000000, -13);  // the kernel refuses the value, not the opening
   EXPECT_EQ(ReadFile("/proc/self/oom_adj"), "-5\n");
 
-  CoverProcFile("oom_score_adj", "none");
   int nice = 0, io = 0, score = INT_MIN, legacy = INT_MIN;
+  EXPECT_EQ(TAVOHAGetPriority(&nice, &io, &score, &legacy), 1);
+  EXPECT_EQ(legacy, INT_MIN);
+  CoverProcFile("oom_score_adj", "none");
+  score = INT_MIN;
   EXPECT_EQ(TAVOHAGetPriority(&nice, &io, &score, &legacy), 1);
   EXPECT_EQ(score, INT_MIN);
   EXPECT_EQ(legacy, -5);
   TAVOHASetPriority(0, 0x4004, INT_MIN, 3);
+  EXPECT_EQ(TAVLIBErrGet(), 0x0D00);
   EXPECT_EQ(ReadFile("/proc/self/oom_adj"), "3\n");
   EXPECT_EQ(ReadFile("/proc/self/oom_score_adj"), "none");
   TAVOHASetPriority(0, 0x4004, INT_MIN, INT_MIN);

@@ -76,7 +76,7 @@ TEST_F(InterfaceName, IsTakenApart) {
   const std::tuple<std::string, int, int, int> cases[] = {
       {"eth0", 0, 0, 0},      {"bond1", 0, 1, 1},   {"ovs_eth12", 0, 2, 12},
       {"ovs_bond3", 0, 3, 3}, {"eth123", 0, 0, 12}, {"ethx", -1, 0, -7},
-      {"lo", -1, 4, -7},      {"", -1, 4, -7},      {"ovs_bond_long9", -1, 3, -7}};
+      {"Eth0", -1, 4, -7},    {"", -1, 4, -7},      {"ovs_bond_long9", -1, 3, -7}};
   for (const auto& [name, result, type, index] : cases) {
     HA_IF_NAME_INFO info{-7, -7};
     EXPECT_EQ(Outcome(HAGetInterfaceTypeAndIndex(name.c_str(), info)),

@@ -70,10 +70,10 @@ class NodeStatus : public Cluster {
     crm_mon.Answer({{.output = output}});
     return Status(node);
   }
-  // Of the local node, the remote one, host0 and host1.
+  // Of no node, the local one, the remote one, host0, host1, and what is none.
   static std::string Statuses() {
     std::string statuses;
-    for (int node = 1; node < 5; ++node) statuses += std::to_string(Status(node));
+    for (int node = 0; node < 6; ++node) statuses += std::to_string(Status(node));
     return statuses;
   }
 };
@@ -88,6 +88,7 @@ TEST_F(NodeStatus, ReducesTheWordsOfTheNodesLines) {
       {"nas-a: OFFLINE\n", "6", "8"},
       {"nas-a: UNCLEAN(OFFLINE)\n", "6", "a"},
       {"nas-a: OFFLINE STANDBY\n", "5", "18"},
+      {"nas-a: OFFLINE PENDING\n", "5", "48"},
       {"nas-a: ONLINE: OFFLINE\n", "5", "c"},
       {"nas-a: ONLINE ONFAIL\n", "7", "24"},
       {"nas-a: UNCLEAN PENDING\n", "0", "42"},
@@ -128,11 +129,11 @@ TEST_F(NodeStatus, AToolThatEndsBadlyIsReadAndOneThatCannotStartLogged) {
 
 TEST_F(NodeStatus, SelectorsChooseTheHostByName) {
   crm_mon.Answer({{.output = "nas-a: ONLINE\nnas-b: OFFLINE\nnas-c: ONFAIL\n"}});
-  for (const auto& [host0, host1, statuses] : {std::tuple("nas-a", "nas-b", "3636"),
-                                               {"nas-b", "nas-a", "3663"},
-                                               {"nas-a", "nas-a", "3333"},
-                                               {"nas-a", "", "3232"},
-                                               {"nas-c", "nas-b", "0076"}}) {
+  for (const auto& [host0, host1, statuses] : {std::tuple("nas-a", "nas-b", "036360"),
+                                               {"nas-b", "nas-a", "036630"},
+                                               {"nas-a", "nas-a", "033330"},
+                                               {"nas-a", "", "032320"},
+                                               {"nas-c", "nas-b", "000760"}}) {
     SetHosts(host0, host1);
     EXPECT_EQ(Statuses(), statuses) << host0 << "/" << host1;
   }
@@ -150,8 +151,7 @@ TEST_F(NodeStatus, NothingIsRunForANodeThatIsNotThere) {
   EXPECT_EQ(Outcome(Status(NODE_TYPE_HOST1)), "2");
   for (const char* gone : {"/usr/tavo/tavoha/var/run/pacemaker.pid", "/tmp/.ha.running"}) {
     unlink(gone);
-    EXPECT_EQ(Statuses(), "1212");
-    EXPECT_EQ(Status(5), NODE_STATUS_NONE);
+    EXPECT_EQ(Statuses(), "012122");
   }
   EXPECT_EQ(Done(), "");
 }
@@ -168,8 +168,10 @@ TEST_F(NodeStatus, NamesOfStatusesAndHosts) {
   EXPECT_STREQ(name, "nas-b");
   EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_HOST0, name, 4)), "1");
   EXPECT_STREQ(name, "nas");
-  EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_NONE, name, sizeof name)),
-            "0 ERROR node: Invalid argument");
+  for (const int node : {0, 5, -1}) {
+    EXPECT_EQ(Outcome(HAGetNodeHostName(static_cast<_tag_NODE_TYPE_>(node), name, sizeof name)),
+              "0 ERROR node: Invalid argument");
+  }
   SetHosts("nas-a", "");
   EXPECT_EQ(Outcome(HAGetNodeHostName(NODE_TYPE_HOST1, name, sizeof name)),
             "0 DEBUG node: Failed to get host");

@@ -48,7 +48,10 @@ TEST_F(FakeDrbdRole, IsWhatWasSetLastOrNone) {
     EXPECT_THAT(ListDirectory("/tmp/ha"),
                 ElementsAre(role == 1 ? "ha_fake_drbd_primary" : "ha_fake_drbd_secondary"));
   }
-  EXPECT_EQ(set(3), "-1" + noted + "3" + error + "parameter error");
+  for (const int role : {0, 3}) {
+    EXPECT_EQ(set(role), "-1" + noted + std::to_string(role) + error + "parameter error");
+  }
+  EXPECT_EQ(HANoSpaceFakeDRBDRoleGet(), FAKE_DRBD_ROLE_SECONDARY);
   WriteFile("/tmp/ha/ha_fake_drbd_primary", "");
   EXPECT_EQ(HANoSpaceFakeDRBDRoleGet(), FAKE_DRBD_ROLE_PRIMARY) << "of both markers";
   EXPECT_EQ(HANoSpaceFakeDRBDRoleClear(), 0);

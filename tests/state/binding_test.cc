@@ -65,7 +65,8 @@ TEST_F(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelv
   HA_NET_INFO list[13], before;
   memset(&before, '?', sizeof before);
   list[3] = list[12] = before;
-  SetConf(Entry("ha_", 2) + Entry("ha_bond_", 1) + Entry("ha_", 0) + Entry("ha_", 3, "TRUE"));
+  SetConf(Entry("ha_", 2) + Entry("ha_bond_", 1) + Entry("ha_", 0) + Entry("ha_", 3, "TRUE") +
+          Entry("ha_bond_", 4, "true "));
   ASSERT_EQ(TAVOHAGetHANetinfo(list, 12), 3);
   EXPECT_STREQ(list[0].ifName, "ha_0");
   EXPECT_STREQ(list[1].ifName, "ha_bond_1");
@@ -83,7 +84,9 @@ TEST_F(NetInfo, ListsWhatIsEnabledByIndexThePortBeforeTheBondAndNotMoreThanTwelv
   EXPECT_EQ(memcmp(&list[12], &before, sizeof before), 0);
   log.Take();
   EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(nullptr, 12)), "-1 ERROR ha: Invalid argument");
-  EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(list, 11)), "-1 ERROR ha: Invalid argument");
+  for (const int count : {11, 13}) {
+    EXPECT_EQ(Outcome(TAVOHAGetHANetinfo(list, count)), "-1 ERROR ha: Invalid argument");
+  }
 
   const std::string x(40, 'x');
   SetConf("ha_if0=" + x + "\nha_ip0=" + x + "\nha_netmask0=" + x +
@@ -110,6 +113,7 @@ TEST(AddressConflict, IsALineOfEitherListAndNothingElse) {
       {"10.0.0.1 10.0.0.2\n", "", 0},
       {std::string(1023 - 8, ' ') + "10.0.0.1\n", "", 1},  // the longest line
       {std::string(1024 - 8, ' ') + "10.0.0.1\n", "", 0},
+      {std::string(1023, 'x') + "10.0.0.1\n", "", 0},
       {std::string(70000, 'x') + "\n10.0.0.1\n", "", 1}};
   for (const auto& [local, remote, result] : cases) {
     SCOPED_TRACE(local + "/" + remote);

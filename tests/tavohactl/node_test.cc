@@ -13,7 +13,6 @@ ShellResult AtTerminal(const std::string& command_line, const std::string& typed
 
 TEST(CtlNode, NamesNumbersAndMarkersAreTheLibrarys) {
   StartHa();
-  std::filesystem::create_directory("/tmp/ha");
   WriteFile("/etc.defaults/tavoinfo.conf", "upnpmodelname=\"N1\"\n");
   WriteFile("/tmp/.ha.status", "BINDING=\"3\"\n");
   WriteFile("/var/lib/ha/ip.remote", "192.0.2.1\n");
@@ -40,9 +39,13 @@ TEST(CtlNode, NamesNumbersAndMarkersAreTheLibrarys) {
         "interface:     eth7\nenabled:       yes\naddress:       192.0.2.1\n"
         "netmask:       255.255.255.0\nlive address:  -\nlive netmask:  -\n",
         ""},
-       {"", "space expanding /volume1", 0, "/volume1 is marked as being expanded\n", ""},
+       {"", "interface show eth1", 1, "", "ha.conf does not say it all about eth1"},
+       {"", "space expanding /volume1", 1, "", "the marker could not be written"},
+       {"mkdir /tmp/ha", "space expanding /volume1", 0, "/volume1 is marked as being expanded\n",
+        ""},
        {"", "space fake-role primary", 0, "primary\n", ""},
        {"", "space fake-role", 0, "primary\n", ""},
+       {"", "space fake-role none", 0, "none\n", ""},
        {"", "space fake-role primer", 2, "", "did you mean \"primary\"?"},
        {"", "peer log event --class x", 2, "", "--class: "},
        {"", "sync status", 1, "", "the daemon does not run (/var/run/ha/lsyncd.pid)\n"},
@@ -50,7 +53,8 @@ TEST(CtlNode, NamesNumbersAndMarkersAreTheLibrarys) {
        {"mkdir /usr/tavo/tavoha/etc/confsync", "sync password 4294967296", 2, "",
         "a password is a number from 0 to 4294967295"},
        {"echo 8 >/run/secret", "sync password </run/secret", 0, "both password files are written\n",
-        ""}});
+        ""},
+       {"rm /etc.defaults/tavoinfo.conf", "model", 1, "", "there is no model name"}});
   EXPECT_THAT(ReadFile("/tmp/ha/ha_is_expanding_space"), HasSubstr("expandSpace=/volume1\n"));
   EXPECT_EQ(ReadFile("/usr/tavo/tavoha/etc/confsync/rsync.pw"), "8");
 }

@@ -16,7 +16,7 @@ TEST(CtlWatch, ElsewhereThanOnATerminalEachChangeIsALine) {
                                     " watch --interval 1 --json >/run/json & json=$!\n" +
                   Until("/run/text", "sync") + Until("/run/json", "sync") +
                   "touch /tmp/ha_role_active\n" + Until("/run/text", "no -> yes") +
-                  Until("/run/json", "\"yes\"}$") + "kill $text $json")
+                  Until("/run/json", "\"no\",\"after\":\"yes\"") + "kill $text $json")
                 .status,
             0);
   EXPECT_THAT(ReadFile("/run/text"),
