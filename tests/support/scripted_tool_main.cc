@@ -38,10 +38,14 @@ bool Fits(const Strings& pattern, const Strings& arguments) {
          });
 }
 
-// Returns the answer to this call, and takes it off the script unless it is the last one.
+// Returns the answer to this call, and takes it off the script unless it is the last one. A host
+// may leave its tools no descriptor to read the script with: then there is none.
 ToolAnswer TakeAnswer(const std::string& script_path, const Strings& arguments) {
   std::ifstream file(script_path);
-  ToolScript script = nlohmann::json::from_msgpack(file);
+  const auto packed =
+      nlohmann::json::from_msgpack(file, /*strict=*/true, /*allow_exceptions=*/false);
+  ToolScript script;
+  if (!packed.is_discarded()) packed.get_to(script);
   for (auto& [pattern, answers] : script) {
     if (answers.empty() || !Fits(pattern, arguments)) continue;
     const ToolAnswer answer = answers[0];
