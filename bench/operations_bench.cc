@@ -83,6 +83,7 @@ double ThreadSeconds() {
   return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
+// Times as many lines at a time as the socket keeps; taking them is not counted.
 template <typename LogLine>
 void TimeLines(State& state, LogLine log_line) {
   for (auto _ : state) {

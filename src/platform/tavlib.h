@@ -79,7 +79,8 @@ TAVLIB_EXPORT int TAVLIBFileExist(const char* path);
 // new file gets mode 0644 less the umask; below /tmp a link is never followed.
 TAVLIB_EXPORT int TAVLIBFileTouch(const char* path);
 // Returns 1 when the file holds, as decimal text, the id of a living process. Here: a process that
-// we may not signal lives; a zombie does not; 0 otherwise.
+// we may not signal lives; a zombie does not, where that can be told (from Linux 5.3 on, with a
+// descriptor to spare); 0 otherwise.
 TAVLIB_EXPORT int TAVLIBProcAliveByPidFile(const char* path);
 
 // Takes the lock `id & ~0xff`, waiting at most `seconds`; excludes other threads and processes.

@@ -51,8 +51,13 @@ TEST_F(Running, EachStateHasItsMarkerAndBeingActiveNeedsHaToo) {
 
 TEST_F(Running, DaemonsLiveByTheirPidFilesAndOnlyAMismatchIsLogged) {
   const std::string alive = std::to_string(getpid()) + "\n";
+  const pid_t child = fork();
+  if (child == 0) _exit(0);
+  waitid(P_PID, static_cast<id_t>(child), nullptr, WEXITED | WNOWAIT);
+  const std::string zombie = std::to_string(child);
   for (const auto& [corosync, pacemaker, both] :
        {std::tuple(alive, alive, "1"),
+        {zombie, zombie, "0"},
         {"", "noise", "0"},
         {"0", "-1", "0"},
         {alive, "4194999", "0 ERROR ha: ERROR. corosync:1. pcmk:0."},

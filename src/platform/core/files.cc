@@ -40,8 +40,7 @@ pid_t ReadPid(const char* path) {
   return error == std::errc() && rest == end && pid > 0 ? pid : 0;
 }
 
-// A zombie has ended, though it can still be signalled. Where the kernel cannot tell (before Linux
-// 5.3), it lives.
+// A zombie has ended, though it can still be signalled. Where that cannot be told, it lives.
 bool IsAlive(pid_t pid) {
   const platform::UniqueFd process(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
   if (!process) return kill(pid, 0) == 0 || errno == EPERM;
